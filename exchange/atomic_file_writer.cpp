@@ -1,0 +1,48 @@
+#include "exchange/atomic_file_writer.hpp"
+
+#include "exchange/platform.hpp"
+
+#include <fstream>
+
+namespace korvath {
+
+std::mutex fileWriteMutex;
+
+namespace {
+
+auto write_whole_file(const std::filesystem::path& path, std::string_view content) -> bool {
+    std::ofstream out(path, std::ios::binary | std::ios::trunc);
+    if (!out)
+        return false;
+    out.write(content.data(), static_cast<std::streamsize>(content.size()));
+    out.flush();
+    out.close();
+    return !out.fail();
+}
+
+} // namespace
+
+auto write_text_file_atomically(const std::filesystem::path& target, std::string_view content) noexcept -> void {
+    try {
+        std::lock_guard lock(fileWriteMutex);
+        std::error_code ignored;
+        std::filesystem::create_directories(target.parent_path(), ignored);
+
+        std::filesystem::path temporary = target;
+        temporary += ".tmp";
+        // A short write (disk full) must not replace a good report with a truncated one.
+        if (!write_whole_file(temporary, content)) {
+            std::filesystem::remove(temporary, ignored);
+            return;
+        }
+        if (!platform::replace_file(temporary, target)) {
+            std::filesystem::copy_file(temporary, target, std::filesystem::copy_options::overwrite_existing,
+                                       ignored);
+            std::filesystem::remove(temporary, ignored);
+        }
+    } catch (...) {
+        // Out of memory while forming a path: the report is skipped, like any other write failure.
+    }
+}
+
+} // namespace korvath

@@ -1,0 +1,25 @@
+#pragma once
+// Existence, age and deletion of exchange files. None of them throws or reports: a failure reads
+// as absent or not fresh. Any thread, no lock.
+
+#include <cstdint>
+#include <filesystem>
+#include <string_view>
+
+namespace korvath {
+
+// Removes exchange_path(name); a missing file or any other error is ignored.
+auto delete_exchange_file(std::wstring_view name) noexcept -> void;
+
+// True when anything (a directory too) exists at exchange_path(name).
+auto exchange_file_exists(std::wstring_view name) noexcept -> bool;
+
+// True when the file's last write lies at most maxAgeSeconds back (or in the future) by the
+// system clock; false when it is missing or its time cannot be read.
+auto is_file_fresh(const std::filesystem::path& path, int64_t maxAgeSeconds) noexcept -> bool;
+
+// is_file_fresh against a given current time on the file-time scale (100 ns since 1601).
+auto is_file_fresh_at(const std::filesystem::path& path, int64_t maxAgeSeconds, int64_t nowFileTime) noexcept
+    -> bool;
+
+} // namespace korvath

@@ -1,0 +1,49 @@
+#include "exchange/platform.hpp"
+
+#include <cerrno>
+#include <cstdio>
+#include <ctime>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace korvath::platform {
+
+namespace {
+
+constexpr std::size_t kPathBufferSize = 32768;
+// Seconds from 1601-01-01 to 1970-01-01.
+constexpr int64_t kUnixEpochInFileTimeSeconds = 11644473600;
+
+auto to_file_time(const timespec& ts) -> int64_t {
+    return (static_cast<int64_t>(ts.tv_sec) + kUnixEpochInFileTimeSeconds) * 10'000'000 + ts.tv_nsec / 100;
+}
+
+} // namespace
+
+auto executable_path() -> std::optional<std::filesystem::path> {
+    char buffer[kPathBufferSize];
+    const ssize_t length = readlink("/proc/self/exe", buffer, sizeof buffer);
+    if (length <= 0 || static_cast<std::size_t>(length) >= kPathBufferSize)
+        return std::nullopt;
+    return std::filesystem::path(std::string(buffer, static_cast<std::size_t>(length)));
+}
+
+auto replace_file(const std::filesystem::path& from, const std::filesystem::path& to) -> bool {
+    // rename(2) replaces the target atomically: a reader sees the old file or the new one.
+    return std::rename(from.c_str(), to.c_str()) == 0;
+}
+
+auto last_write_file_time(const std::filesystem::path& path) -> std::optional<int64_t> {
+    struct stat info{};
+    if (stat(path.c_str(), &info) != 0)
+        return std::nullopt;
+    return to_file_time(info.st_mtim);
+}
+
+auto system_file_time_now() -> int64_t {
+    timespec now{};
+    clock_gettime(CLOCK_REALTIME, &now);
+    return to_file_time(now);
+}
+
+} // namespace korvath::platform

@@ -1,0 +1,10 @@
+#include "Clock.hpp"
+
+namespace standin {
+
+auto Clock::instance() -> Clock& {
+    static Clock clock;
+    return clock;
+}
+
+} // namespace standin

@@ -1,0 +1,158 @@
+#pragma once
+// The simulated engine behind the host stand-in: a world of objects and actors that a test or the
+// simulator populates, inspects and makes fail on purpose. The mod never includes this header; it
+// reaches the engine only through the RC::Unreal API.
+
+#include "Unreal/AActor.hpp"
+#include "Unreal/Hooks.hpp"
+#include "Unreal/UObject.hpp"
+#include "Unreal/World.hpp"
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <thread>
+#include <vector>
+
+namespace standin {
+
+using RC::Unreal::AActor;
+using RC::Unreal::UClass;
+using RC::Unreal::UFunction;
+using RC::Unreal::UObject;
+using RC::Unreal::UWorld;
+
+inline constexpr const wchar_t* kControllerClass = L"BP_PlayerController_C";
+inline constexpr const wchar_t* kCharacterClass = L"BP_PlayerCharacter_C";
+inline constexpr const wchar_t* kCharacterClassPath = L"/Game/Blueprints/BP_PlayerCharacter.BP_PlayerCharacter_C";
+
+// Engine operations that can be made to fail. Controller and Pawn are FindFirstOf of the
+// controller and character classes; Move is a move of a spawned actor, Relocate of a placed one.
+enum class Op { Controller, Class, World, Spawn, Move, Destroy, Pawn, Relocate, Hidden, Collision, Tick, FullName };
+inline constexpr std::size_t kOpCount = 12;
+
+enum class FaultMode {
+    None,
+    Missing,      // the call yields null (or has no effect)
+    False,        // the call returns false (or has no effect)
+    Throw,        // std::runtime_error("simulated <op> failure")
+    ThrowUnknown, // an exception not derived from std::exception
+};
+
+struct Fault {
+    FaultMode mode{FaultMode::None};
+    uint64_t fromCall{1}; // the fault applies from this call of the operation on (1-based)
+};
+
+// What ThrowUnknown throws.
+struct UnknownEngineError {
+    int code{};
+};
+
+auto op_name(Op op) -> std::string_view;
+auto parse_op(std::string_view text) -> std::optional<Op>;
+auto parse_fault_mode(std::string_view text) -> std::optional<FaultMode>;
+
+struct Pose {
+    double x{}, y{}, z{}, pitch{}, yaw{}, roll{};
+};
+
+struct ActorState {
+    std::wstring name;
+    std::wstring fullName;
+    std::wstring className;
+    UWorld* world{};
+    Pose pose;
+    bool hidden{}, collision{}, tick{}, alive{}, spawned{};
+};
+
+struct GameWorld {
+    UWorld* world{};
+    AActor* controller{};
+    AActor* pawn{};
+    UClass* characterClass{};
+    UClass* controllerClass{};
+};
+
+class Engine {
+public:
+    static auto instance() -> Engine&;
+
+    // Forgets every object, fault, counter, journal entry and ProcessEvent callback; engine 5.1.
+    auto reset() -> void;
+    auto set_version(int32_t major, int32_t minor) -> void;
+
+    auto add_class(std::wstring shortName, std::wstring path) -> UClass*;
+    auto add_world(std::wstring name) -> UWorld*;
+    auto add_actor(UWorld* world, UClass* cls, std::wstring name, const Pose& pose) -> AActor*;
+    // A world "Map_A" with the player controller, the local pawn at `pawnPose` and both classes.
+    auto populate_game_world(const Pose& pawnPose, std::wstring mapName = L"Map_A") -> GameWorld;
+    // Moves the controller and everything it needs into a fresh world, as a map change does.
+    auto add_world_for(AActor* controller, std::wstring name) -> UWorld*;
+
+    // Engine-side events the mod does not cause.
+    auto tear_down_world(UWorld* world) -> void;
+    auto destroy_actor(AActor* actor) -> void;
+    auto move_actor(AActor* actor, const Pose& pose) -> void;
+
+    auto set_fault(Op op, Fault fault) -> void;
+    auto clear_faults() -> void;
+    auto calls(Op op) const -> uint64_t;
+
+    auto inspect(const AActor* actor) const -> ActorState;
+    auto actors() const -> std::vector<AActor*>;
+    auto spawned_actors() const -> std::vector<AActor*>;
+    // One entry per engine call the mod made, e.g. "SetActorHiddenInGame(0)".
+    auto journal() const -> std::vector<std::string>;
+
+    // Engine objects may be touched only on the game thread; once one is declared, a call from any
+    // other thread aborts the process (it is a bug of the caller).
+    auto set_game_thread(std::thread::id id) -> void;
+
+    // Runs one ProcessEvent call: every registered pre-callback, in registration order.
+    auto process_event(UObject* context = nullptr, UFunction* function = nullptr, void* parms = nullptr) -> void;
+    auto callback_count() const -> std::size_t;
+
+    // Used by the RC::Unreal implementation.
+    auto register_pre_callback(const RC::Unreal::Hook::ProcessEventCallback& callback) -> void;
+    auto find_first_of(std::wstring_view className) -> UObject*;
+    auto find_object(std::wstring_view path) -> UObject*;
+    auto world_of(const AActor* actor) -> UWorld*;
+    auto spawn(UWorld* world, UClass* cls, const RC::Unreal::FVector* location,
+               const RC::Unreal::FRotator* rotation) -> AActor*;
+    auto move(AActor* actor, const RC::Unreal::FVector& location, const RC::Unreal::FRotator& rotation) -> bool;
+    auto set_flag(AActor* actor, Op op, bool value) -> void;
+    auto destroy(AActor* actor) -> void;
+    auto full_name(const UObject* object) -> std::wstring;
+    auto serial_of(const UObject* object) const -> int32_t { return object->m_serial; }
+    auto resolve_weak(int32_t index, int32_t serial) const -> UObject*;
+
+private:
+    Engine() = default;
+    template <typename T>
+    auto make_object(std::wstring name, std::wstring path, UClass* cls) -> T*;
+    // Counts the call and returns the fault mode in force for it; throws for the throwing modes.
+    auto enter(Op op, std::string journalEntry) -> FaultMode;
+    auto check_thread() const -> void;
+    auto full_name_locked(const UObject* object) const -> std::wstring;
+
+    mutable std::mutex m_mutex;
+    std::vector<std::unique_ptr<UObject>> m_objects; // never freed before reset: pointers stay readable
+    int32_t m_nextSerial{1};
+    Fault m_faults[kOpCount]{};
+    uint64_t m_calls[kOpCount]{};
+    std::vector<std::string> m_journal;
+    std::atomic<std::thread::id> m_gameThread{};
+
+    static constexpr std::size_t kMaxCallbacks = 16;
+    RC::Unreal::Hook::ProcessEventCallback m_callbacks[kMaxCallbacks];
+    std::atomic<std::size_t> m_callbackCount{0};
+};
+
+inline auto engine() -> Engine& { return Engine::instance(); }
+
+} // namespace standin

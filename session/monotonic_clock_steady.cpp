@@ -1,0 +1,14 @@
+#include "session/monotonic_clock.hpp"
+
+#include <chrono>
+
+namespace korvath {
+
+// steady_clock is the performance counter on Windows and CLOCK_MONOTONIC elsewhere.
+auto monotonic_now_ns() -> int64_t {
+    return std::chrono::duration_cast<std::chrono::nanoseconds>(
+               std::chrono::steady_clock::now().time_since_epoch())
+        .count();
+}
+
+} // namespace korvath

@@ -1,0 +1,125 @@
+// The real mod library, loaded by path the way the host loads it.
+
+#include "support/test_support.hpp"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <set>
+
+namespace korvath::test {
+namespace {
+
+const std::wstring kLoadedLine =
+    L"[KorvathOnlineCpp] Phase 5G DLL loaded. Waiting for a one-time real-client proxy enable marker.\n";
+const std::wstring kUnloadedLine = L"[KorvathOnlineCpp] Phase 5G DLL unloaded.\n";
+
+class Lifecycle : public ::testing::Test {
+protected:
+    HostFixture host;
+};
+
+TEST_F(Lifecycle, StartWritesLoadedReportReadsRoleAndClearsEarlierReports) {
+    const char* earlier[] = {"cpp_phase5g_spawn.txt", "cpp_phase5g_status.txt", "cpp_phase5g_destroy.txt",
+                             "cpp_phase5g_error.txt", "cpp_phase5g_client_spawn.txt"};
+    for (const char* name : earlier)
+        write_file(exchange_dir() / name, "old run\n");
+    write_file(exchange_dir() / "cpp_heartbeat.txt", "old heartbeat\n");
+    write_file(exchange_dir() / "phase5g-role.txt", "CLIENT_B\r\n");
+
+    auto mod = load_mod_copy(KORVATH_MOD_LIBRARY);
+    RC::CppUserModBase* object = mod.start();
+    ASSERT_NE(object, nullptr);
+
+    EXPECT_EQ(object->ModName, L"KorvathOnlineCpp");
+    EXPECT_EQ(object->ModVersion, L"0.5.10-phase5g5");
+    EXPECT_EQ(object->ModDescription,
+              L"Automatic two-client Continue, distinct spawn and moving proxy for Korvath Online");
+    EXPECT_EQ(object->ModAuthors, L"Varnel / Korvath Online");
+
+    EXPECT_EQ(read_file(exchange_dir() / "cpp_mod_loaded.txt"),
+              "KorvathOnlineCpp Phase 5G loaded.\n"
+              "A real-client proxy session requires phase5g.enable_once.txt.\n"
+              "The proxy is visible, collisionless, tick-disabled and controllerless.\n"
+              "CLIENT_B is moved once to a distinct spawn before sync.\n");
+    for (const char* name : earlier)
+        EXPECT_FALSE(fs::exists(exchange_dir() / name)) << name;
+    EXPECT_EQ(read_file(exchange_dir() / "cpp_heartbeat.txt"), "old heartbeat\n");
+    EXPECT_FALSE(fs::exists(exchange_dir() / "cpp_mod_loaded.txt.tmp"));
+
+    // Both recording devices got the line, the one that takes the level with 0.
+    auto lines = host.console->lines();
+    ASSERT_EQ(lines.size(), 2u);
+    EXPECT_EQ(lines[0].text, kLoadedLine);
+    EXPECT_EQ(lines[0].level, -1);
+    EXPECT_EQ(lines[1].text, kLoadedLine);
+    EXPECT_EQ(lines[1].level, 0);
+
+    // The role shows in the first status report, written on the first tick.
+    object->on_host_tick();
+    const std::string status = read_file(exchange_dir() / "cpp_phase5g_status.txt");
+    EXPECT_NE(status.find("\nclientRole=CLIENT_B\n"), std::string::npos) << status;
+
+    host.console->clear();
+    mod.uninstall(object);
+    EXPECT_EQ(read_file(exchange_dir() / "cpp_mod_unloaded.txt"),
+              "KorvathOnlineCpp Phase 5G unloaded with no active proxy.\n");
+    ASSERT_EQ(host.console->texts().size(), 2u);
+    EXPECT_EQ(host.console->texts()[0], kUnloadedLine);
+}
+
+TEST_F(Lifecycle, MissingRoleFileGivesClientAAndNullUninstallIsIgnored) {
+    auto mod = load_mod_copy(KORVATH_MOD_LIBRARY);
+    RC::CppUserModBase* object = mod.start();
+    object->on_host_tick();
+    EXPECT_NE(read_file(exchange_dir() / "cpp_phase5g_status.txt").find("\nclientRole=CLIENT_A\n"),
+              std::string::npos);
+    mod.uninstall(nullptr);
+    EXPECT_FALSE(fs::exists(exchange_dir() / "cpp_mod_unloaded.txt"));
+    mod.uninstall(object);
+    EXPECT_TRUE(fs::exists(exchange_dir() / "cpp_mod_unloaded.txt"));
+}
+
+TEST_F(Lifecycle, UnwritableExchangeDirectoryLosesOnlyTheReports) {
+    // A plain file where the exchange directory should be: nothing can be written, nothing throws.
+    write_file(exchange_dir(), "not a directory");
+    auto mod = load_mod_copy(KORVATH_MOD_LIBRARY);
+    RC::CppUserModBase* object = mod.start();
+    object->on_host_tick();
+    EXPECT_EQ(host.console->texts().front(), kLoadedLine);
+
+    // Once the cause is gone the next write succeeds.
+    fs::remove(exchange_dir());
+    mod.uninstall(object);
+    EXPECT_TRUE(fs::exists(exchange_dir() / "cpp_mod_unloaded.txt"));
+}
+
+TEST_F(Lifecycle, EmptyDeviceListSendsNothingAndStartStillWorks) {
+    RC::Output::DefaultTargets::get_default_devices_ref().clear();
+    auto mod = load_mod_copy(KORVATH_MOD_LIBRARY);
+    RC::CppUserModBase* object = mod.start();
+    EXPECT_TRUE(fs::exists(exchange_dir() / "cpp_mod_loaded.txt"));
+    mod.uninstall(object);
+}
+
+TEST(LibraryExports, OnlyTheTwoEntryPointsAreExported) {
+    for (const char* library : {KORVATH_MOD_LIBRARY, KORVATH_DRIVEN_MOD_LIBRARY}) {
+        const std::string command = std::string("nm -D --defined-only ") + library;
+        FILE* pipe = popen(command.c_str(), "r");
+        ASSERT_NE(pipe, nullptr);
+        std::set<std::string> symbols;
+        char line[4096];
+        while (fgets(line, sizeof line, pipe)) {
+            std::string text(line);
+            const auto last = text.find_last_of(' ');
+            std::string name = text.substr(last + 1);
+            name.erase(name.find_last_not_of("\n") + 1);
+            symbols.insert(name);
+        }
+        ASSERT_EQ(pclose(pipe), 0);
+        EXPECT_EQ(symbols, (std::set<std::string>{"start_mod", "uninstall_mod"})) << library;
+    }
+}
+
+} // namespace
+} // namespace korvath::test
