@@ -18,12 +18,7 @@ auto delete_exchange_file(std::wstring_view name) noexcept -> void {
 }
 
 auto exchange_file_exists(std::wstring_view name) noexcept -> bool {
-    try {
-        std::error_code error;
-        return std::filesystem::exists(exchange_path(name), error) && !error;
-    } catch (...) {
-        return false;
-    }
+    return platform::exists_in_directory(exchangeDirectory, name);
 }
 
 auto is_file_fresh(const std::filesystem::path& path, int64_t maxAgeSeconds) noexcept -> bool {

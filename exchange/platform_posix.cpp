@@ -1,5 +1,6 @@
 #include "exchange/platform.hpp"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <ctime>
@@ -31,6 +32,33 @@ auto executable_path() -> std::optional<std::filesystem::path> {
 auto replace_file(const std::filesystem::path& from, const std::filesystem::path& to) -> bool {
     // rename(2) replaces the target atomically: a reader sees the old file or the new one.
     return std::rename(from.c_str(), to.c_str()) == 0;
+}
+
+auto exists_in_directory(const std::filesystem::path& directory, std::wstring_view name) noexcept -> bool {
+    const std::string& dir = directory.native();
+    char buffer[kPathBufferSize];
+    std::size_t length = dir.size();
+    const bool needsSeparator = !dir.empty() && dir.back() != '/';
+    if (length + (needsSeparator ? 1 : 0) + name.size() + 1 > sizeof buffer)
+        return false;
+    std::copy(dir.begin(), dir.end(), buffer);
+    if (needsSeparator)
+        buffer[length++] = '/';
+    for (wchar_t c : name) {
+        if (static_cast<uint32_t>(c) >= 0x80 || c == 0) {
+            // Outside ASCII the path's own conversion is needed; it may allocate.
+            try {
+                std::error_code error;
+                return std::filesystem::exists(directory / std::filesystem::path(name), error) && !error;
+            } catch (...) {
+                return false;
+            }
+        }
+        buffer[length++] = static_cast<char>(c);
+    }
+    buffer[length] = '\0';
+    struct stat info{};
+    return stat(buffer, &info) == 0;
 }
 
 auto last_write_file_time(const std::filesystem::path& path) -> std::optional<int64_t> {

@@ -1,0 +1,98 @@
+#include "actions/client_b_relocation.hpp"
+
+#include "actions/engine_vector.hpp"
+#include "diagnostics/error_report.hpp"
+#include "diagnostics/report_number.hpp"
+#include "exchange/atomic_file_writer.hpp"
+#include "exchange/exchange_directory.hpp"
+#include "exchange/local_state.hpp"
+#include "host/console.hpp"
+#include "mod/session_state.hpp"
+
+#include "Unreal/AActor.hpp"
+#include "Unreal/FRotator.hpp"
+#include "Unreal/UObjectGlobals.hpp"
+
+#include <cmath>
+#include <exception>
+#include <string>
+
+namespace korvath {
+
+namespace {
+
+using RC::Unreal::AActor;
+
+constexpr float kDegreesToRadians = 0.017453292f;
+constexpr float kSeparation = 800.0f; // engine units, to the side of the reported facing
+constexpr float kLift = 10.0f;
+
+auto append_number_line(std::string& text, const char* key, double value) -> void {
+    text.append(key).append(format_report_number(value)).push_back('\n');
+}
+
+auto write_client_spawn_report(const LocalPlayerState& local, const RC::Unreal::FVector& destination) -> void {
+    const auto sent = read_engine_vector(destination);
+    std::string text = "phase=5G.3\n"
+                       "clientRole=CLIENT_B\n"
+                       "localPawnMoved=1\n";
+    append_number_line(text, "originalX=", static_cast<double>(local.x));
+    append_number_line(text, "originalY=", static_cast<double>(local.y));
+    append_number_line(text, "originalZ=", static_cast<double>(local.z));
+    append_number_line(text, "destinationX=", sent[0]);
+    append_number_line(text, "destinationY=", sent[1]);
+    append_number_line(text, "destinationZ=", sent[2]);
+    text += "separationDistance=800\n"
+            "proxyExistedDuringMove=0\n";
+    write_text_file_atomically(exchange_path(L"cpp_phase5g_client_spawn.txt"), text);
+}
+
+auto relocation_failed(const std::string& message) -> void {
+    clientBSpawnAdjustFailed.exchange(true);
+    write_error_report(message);
+}
+
+} // namespace
+
+auto relocate_client_b() -> void {
+    if (clientRole.load() != kClientB || clientBSpawnAdjusted.load())
+        return;
+
+    LocalPlayerState local;
+    AActor* pawn = nullptr;
+    if (read_local_state(local))
+        pawn = static_cast<AActor*>(RC::Unreal::UObjectGlobals::FindFirstOf(L"BP_PlayerCharacter_C"));
+    if (pawn == nullptr) {
+        clientBRelocationQueued.exchange(false); // the controller may post the command again
+        return;
+    }
+
+    // Single precision throughout, one operation per statement.
+    const float radians = local.yaw * kDegreesToRadians;
+    const float sideX = std::sin(radians) * kSeparation;
+    const float sideY = std::cos(radians) * kSeparation;
+    const float destinationX = local.x - sideX;
+    const float destinationY = sideY + local.y;
+    const float destinationZ = local.z + kLift;
+    const auto destination = make_engine_vector(static_cast<double>(destinationX),
+                                                static_cast<double>(destinationY), static_cast<double>(destinationZ));
+    const RC::Unreal::FRotator rotation(0.0, static_cast<double>(local.yaw), 0.0);
+
+    try {
+        RC::Unreal::FHitResult scratch{};
+        if (!pawn->K2_SetActorLocationAndRotation(destination, rotation, false, scratch, true)) {
+            relocation_failed("Client B local pawn relocation returned false.");
+            return;
+        }
+        clientBSpawnAdjusted.exchange(true);
+        write_client_spawn_report(local, destination);
+        log_to_console(L"[KorvathOnlineCpp] Phase 5G.5 moved CLIENT B to its distinct local spawn before proxy "
+                       L"sync.\n");
+    } catch (const std::exception& error) {
+        relocation_failed(std::string("Client B local pawn relocation threw an exception: ") + error.what());
+    } catch (...) {
+        relocation_failed("Client B local pawn relocation threw an unknown exception.");
+    }
+}
+
+} // namespace korvath

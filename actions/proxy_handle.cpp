@@ -1,0 +1,20 @@
+#include "actions/proxy_handle.hpp"
+
+#include "mod/session_state.hpp"
+
+namespace korvath {
+
+RC::Unreal::FWeakObjectPtr proxyActorHandle;
+
+auto set_proxy_actor(RC::Unreal::AActor* actor) -> void {
+    proxyActor = actor;
+    proxyActorHandle = RC::Unreal::FWeakObjectPtr(actor);
+}
+
+auto live_proxy_actor() -> RC::Unreal::AActor* {
+    if (proxyActor == nullptr || proxyActorHandle.Get() != proxyActor)
+        return nullptr;
+    return proxyActor;
+}
+
+} // namespace korvath

@@ -1,0 +1,19 @@
+#pragma once
+// Liveness of the proxy. proxyActor is a plain reference, and the engine may destroy the actor on its
+// own (its world torn down, a map change); proxyActorHandle follows the same actor as a weak reference,
+// so a vanished proxy is noticed before the reference is used. Game thread only.
+
+#include "Unreal/AActor.hpp"
+#include "Unreal/FWeakObjectPtr.hpp"
+
+namespace korvath {
+
+extern RC::Unreal::FWeakObjectPtr proxyActorHandle;
+
+// Points proxyActor and proxyActorHandle at `actor`; null clears both.
+auto set_proxy_actor(RC::Unreal::AActor* actor) -> void;
+
+// proxyActor while the engine still holds it; null when there is no proxy or it has vanished.
+auto live_proxy_actor() -> RC::Unreal::AActor*;
+
+} // namespace korvath

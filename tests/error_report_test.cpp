@@ -1,0 +1,45 @@
+// The failure report of the game-thread actions.
+
+#include "diagnostics/error_report.hpp"
+#include "support/action_fixture.hpp"
+
+namespace korvath::test {
+namespace {
+
+const std::wstring kErrorLine = L"[KorvathOnlineCpp] Phase 5G failed; see cpp_phase5g_error.txt for details.\n";
+
+using ErrorReport = ActionTest;
+
+TEST_F(ErrorReport, FileHoldsTheLatestMessageWithOneLineFeedAdded) {
+    struct Row {
+        const char* message;
+        const char* file;
+    };
+    for (const Row row : {Row{"", "\n"}, Row{"UWorld::SpawnActor returned null.", "UWorld::SpawnActor returned null.\n"},
+                          Row{"ends in a line feed\n", "ends in a line feed\n\n"}}) {
+        write_error_report(row.message);
+        EXPECT_EQ(exchange_file("cpp_phase5g_error.txt"), row.file);
+    }
+    EXPECT_TRUE(testFailed.load());
+
+    // Every report sends the error line again, with level 4 where the device takes a level.
+    const auto lines = host.console->lines();
+    ASSERT_EQ(lines.size(), 6u);
+    for (std::size_t i = 0; i < lines.size(); ++i) {
+        EXPECT_EQ(lines[i].text, kErrorLine);
+        EXPECT_EQ(lines[i].level, i % 2 == 0 ? -1 : 4);
+    }
+}
+
+TEST_F(ErrorReport, UnwritableFileStillSetsTestFailedAndLogs) {
+    const fs::path blocker = scratch_dir("error-report") / "not-a-directory";
+    write_file(blocker, "x");
+    exchangeDirectory = blocker / "KorvathOnline";
+
+    write_error_report("The active player controller returned a null world.");
+    EXPECT_TRUE(testFailed.load());
+    EXPECT_EQ(console_lines(), std::vector<std::wstring>{kErrorLine});
+}
+
+} // namespace
+} // namespace korvath::test

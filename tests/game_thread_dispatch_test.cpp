@@ -1,0 +1,89 @@
+// The engine-ready hook and the ProcessEvent dispatch, linked in-process.
+
+#include "exchange/exchange_directory.hpp"
+#include "mod/engine_ready.hpp"
+#include "mod/game_thread_dispatch.hpp"
+#include "mod/session_state.hpp"
+#include "standin/Engine.hpp"
+#include "support/test_support.hpp"
+
+#include <gtest/gtest.h>
+
+namespace korvath::test {
+namespace {
+
+class Dispatch : public ::testing::Test {
+protected:
+    Dispatch() {
+        exchangeDirectory = exchange_dir();
+        game = standin::engine().populate_game_world(standin::Pose{});
+        std::lock_guard lock(remoteStateMutex);
+        remotePlayerSnapshot = RemotePlayerState{"p2", "B", "Map_A", 10, 20, 30, 45, true};
+    }
+    static auto journal_has(std::string_view entry) -> bool {
+        const auto journal = standin::engine().journal();
+        return std::find(journal.begin(), journal.end(), entry) != journal.end();
+    }
+
+    HostFixture host;
+    standin::GameWorld game;
+};
+
+TEST_F(Dispatch, EmptySlotTouchesNothing) {
+    on_game_thread_process_event(game.pawn, nullptr, nullptr);
+    on_game_thread_process_event(nullptr, nullptr, nullptr);
+    EXPECT_TRUE(standin::engine().journal().empty());
+    EXPECT_FALSE(fs::exists(exchange_dir()));
+    EXPECT_EQ(pendingGameThreadCommand.load(), GameThreadCommand::None);
+}
+
+TEST_F(Dispatch, CommandRunsOnceAndTheLastPostWins) {
+    post_game_thread_command(GameThreadCommand::SyncProxy);
+    on_game_thread_process_event(nullptr, nullptr, nullptr);
+    ASSERT_TRUE(proxyActive.load());
+    const auto journalAfterSpawn = standin::engine().journal().size();
+    on_game_thread_process_event(nullptr, nullptr, nullptr);
+    EXPECT_EQ(standin::engine().journal().size(), journalAfterSpawn);
+
+    post_game_thread_command(GameThreadCommand::SyncProxy);
+    post_game_thread_command(GameThreadCommand::DestroyProxy);
+    on_game_thread_process_event(nullptr, nullptr, nullptr);
+    EXPECT_FALSE(proxyActive.load());
+    EXPECT_TRUE(proxyDestroyed.load());
+    EXPECT_FALSE(journal_has("K2_SetActorLocationAndRotation"));
+}
+
+TEST_F(Dispatch, DestroyReasonFollowsTheKillSwitchWhenTaken) {
+    EXPECT_STREQ(destroy_reason(), "remote-player-stale");
+    killSwitchEngaged.store(true);
+    EXPECT_STREQ(destroy_reason(), "kill-switch");
+
+    post_game_thread_command(GameThreadCommand::SyncProxy);
+    on_game_thread_process_event(nullptr, nullptr, nullptr);
+    post_game_thread_command(GameThreadCommand::DestroyProxy);
+    on_game_thread_process_event(nullptr, nullptr, nullptr);
+    EXPECT_NE(read_file(exchange_dir() / "cpp_phase5g_destroy.txt").find("destroyReason=kill-switch\n"),
+              std::string::npos);
+}
+
+TEST_F(Dispatch, EngineReadyRegistersOneCallbackButReportsEveryTime) {
+    on_unreal_ready();
+    fs::remove(exchange_dir() / "cpp_unreal_ready.txt");
+    on_unreal_ready();
+    EXPECT_TRUE(unrealReady.load());
+    EXPECT_EQ(standin::engine().callback_count(), 1u);
+    EXPECT_EQ(read_file(exchange_dir() / "cpp_unreal_ready.txt"),
+              "phase=5G\nunrealReady=1\ngameThreadRealClientProxyCallbackRegistered=1\n");
+    const std::wstring line = L"[KorvathOnlineCpp] Phase 5G Unreal initialization confirmed; real-client proxy "
+                              L"callback registered.\n";
+    const auto texts = host.console->texts();
+    EXPECT_EQ(std::count(texts.begin(), texts.end(), line), 4); // two calls, two devices
+
+    // The registered callback is the dispatch: a posted command runs on the next ProcessEvent.
+    post_game_thread_command(GameThreadCommand::SyncProxy);
+    standin::engine().process_event();
+    EXPECT_TRUE(proxyActive.load());
+}
+
+} // namespace
+} // namespace korvath::test

@@ -1,0 +1,130 @@
+// Both hooks on real threads against the stand-in engine, as in the game: the host's update thread
+// and the game thread run at once. Run under ThreadSanitizer in CI. The clock is still the stepped
+// one (the update thread advances it 5 ms per call), so no test waits on wall-clock time.
+
+#include "support/test_support.hpp"
+
+#include "standin/Clock.hpp"
+#include "standin/Engine.hpp"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <thread>
+
+namespace korvath::test {
+namespace {
+
+using ::testing::HasSubstr;
+
+// Files dated an hour ahead stay fresh however slowly a sanitizer build runs.
+auto put_fresh(const char* name, std::string_view content) -> void {
+    write_file(exchange_dir() / name, content);
+    set_file_age(exchange_dir() / name, -3600);
+}
+
+class ThreadedHost {
+public:
+    explicit ThreadedHost(RC::CppUserModBase* mod) : m_mod(mod) {
+        m_game = std::thread([this] {
+            standin::engine().set_game_thread(std::this_thread::get_id());
+            m_gameStarted.store(true);
+            while (!m_stop.load())
+                standin::engine().process_event();
+        });
+        while (!m_gameStarted.load())
+            std::this_thread::yield();
+        m_update = std::thread([this] {
+            while (!m_stop.load()) {
+                standin::clock().advance_ns(5'000'000);
+                m_mod->on_host_tick();
+            }
+        });
+        m_ready = std::thread([this] { m_mod->on_unreal_ready(); });
+    }
+    ~ThreadedHost() { stop(); }
+
+    auto stop() -> void {
+        m_stop.store(true);
+        for (auto* thread : {&m_ready, &m_update, &m_game})
+            if (thread->joinable())
+                thread->join();
+        standin::engine().set_game_thread(std::thread::id{});
+    }
+
+private:
+    RC::CppUserModBase* m_mod;
+    std::atomic<bool> m_stop{false};
+    std::atomic<bool> m_gameStarted{false};
+    std::thread m_game, m_update, m_ready;
+};
+
+// Waits for a condition the threads bring about; the deadline only guards against a hang.
+auto eventually(const std::function<bool()>& condition) -> bool {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+    while (std::chrono::steady_clock::now() < deadline) {
+        if (condition())
+            return true;
+        std::this_thread::yield();
+    }
+    return false;
+}
+
+auto live_proxy_x() -> std::optional<double> {
+    for (auto* actor : standin::engine().spawned_actors())
+        if (auto state = standin::engine().inspect(actor); state.alive)
+            return state.pose.x;
+    return std::nullopt;
+}
+
+auto destroy_reason_is(const char* reason) -> bool {
+    const fs::path path = exchange_dir() / "cpp_phase5g_destroy.txt";
+    try {
+        return fs::exists(path) && read_file(path).find(reason) != std::string::npos;
+    } catch (...) {
+        return false; // replaced between the test and the read
+    }
+}
+
+TEST(SessionThreads, FullClientBSessionOnRealThreads) {
+    HostFixture host;
+    auto game = standin::engine().populate_game_world(standin::Pose{0, 0, 100, 0, 0, 0});
+    write_file(exchange_dir() / "phase5g-role.txt", "CLIENT_B\n");
+    put_fresh("local_state.tsv", "1000\t2000\t100\t0\tMap_A\n");
+    put_fresh("remote_players.tsv", "p1\tKESTREN CLIENT A\t0\t0\t100\t0\tMap_A\n");
+    write_file(exchange_dir() / "phase5g.enable_once.txt", "");
+
+    auto mod = load_mod_copy(KORVATH_DRIVEN_MOD_LIBRARY);
+    RC::CppUserModBase* object = mod.start();
+    {
+        ThreadedHost threads(object);
+
+        // Relocation first, then the enable wait, then a proxy that follows the remote row.
+        ASSERT_TRUE(eventually([&] { return standin::engine().inspect(game.pawn).pose.y == 2800.0; }));
+        ASSERT_TRUE(eventually([] { return live_proxy_x().has_value(); }));
+        put_fresh("remote_players.tsv", "p1\tKESTREN CLIENT A\t300\t0\t100\t0\tMap_A\n");
+        ASSERT_TRUE(eventually([] { return live_proxy_x().value_or(0) > 299.0; }));
+
+        // The remote row goes stale: the proxy is destroyed as stale, then comes back when fresh.
+        set_file_age(exchange_dir() / "remote_players.tsv", 30);
+        ASSERT_TRUE(eventually([] { return !live_proxy_x().has_value(); }));
+        EXPECT_TRUE(eventually([] { return destroy_reason_is("destroyReason=remote-player-stale\n"); }));
+        put_fresh("remote_players.tsv", "p1\tKESTREN CLIENT A\t0\t0\t100\t0\tMap_A\n");
+        ASSERT_TRUE(eventually([] { return live_proxy_x().has_value(); }));
+
+        // The kill switch.
+        write_file(exchange_dir() / "phase5g.stop.txt", "");
+        ASSERT_TRUE(eventually([] { return !live_proxy_x().has_value(); }));
+        ASSERT_TRUE(eventually([] { return destroy_reason_is("destroyReason=kill-switch\n"); }));
+    }
+    mod.uninstall(object);
+    EXPECT_EQ(read_file(exchange_dir() / "cpp_mod_unloaded.txt"),
+              "KorvathOnlineCpp Phase 5G unloaded with no active proxy.\n");
+    EXPECT_EQ(standin::engine().spawned_actors().size(), 2u);
+    EXPECT_THAT(read_file(exchange_dir() / "cpp_phase5g_client_spawn.txt"), HasSubstr("destinationY=2800\n"));
+}
+
+} // namespace
+} // namespace korvath::test

@@ -1,0 +1,45 @@
+#include "tools/session/relay_link.hpp"
+
+#include "tools/session/exchange_names.hpp"
+#include "tools/session/file_io.hpp"
+#include "tools/session/local_state_line.hpp"
+#include "tools/session/remote_player_row.hpp"
+
+namespace korvath::session_tool {
+
+auto relay_local_state(const RelayLink& link, std::filesystem::file_time_type now) -> RelayOutcome {
+    const auto source = exchange_dir_of(link.fromGameDir) / kLocalStateFile;
+    const auto age = file_age(source, now);
+    if (!age)
+        return RelayOutcome::Missing;
+    if (*age > kLocalStateMaxAge)
+        return RelayOutcome::Stale;
+    const auto content = read_whole_file(source);
+    if (!content)
+        return RelayOutcome::Missing;
+    const auto pose = parse_local_state(*content);
+    if (!pose)
+        return RelayOutcome::Invalid;
+    const auto row = format_remote_player_row(link.playerId, link.displayName, *pose);
+    if (!write_file_atomically(exchange_dir_of(link.toGameDir) / kRemotePlayersFile, row))
+        return RelayOutcome::WriteFailed;
+    return RelayOutcome::Relayed;
+}
+
+auto describe(RelayOutcome outcome) -> std::string_view {
+    switch (outcome) {
+    case RelayOutcome::Relayed:
+        return "relaying the local state";
+    case RelayOutcome::Missing:
+        return "no local_state.tsv; not writing";
+    case RelayOutcome::Stale:
+        return "local_state.tsv older than 3 s; not writing";
+    case RelayOutcome::Invalid:
+        return "local_state.tsv has no valid first line; not writing";
+    case RelayOutcome::WriteFailed:
+        return "cannot write remote_players.tsv";
+    }
+    return "unknown";
+}
+
+} // namespace korvath::session_tool

@@ -1,0 +1,31 @@
+#pragma once
+// One direction of the relay: a client's own pose, from its local_state.tsv, becomes the remote
+// player in the other client's remote_players.tsv.
+
+#include <chrono>
+#include <filesystem>
+#include <string>
+#include <string_view>
+
+namespace korvath::session_tool {
+
+// A local state last written longer ago than this is no longer relayed (the mod's own limit).
+inline constexpr std::chrono::seconds kLocalStateMaxAge{3};
+
+struct RelayLink {
+    std::filesystem::path fromGameDir; // whose local_state.tsv is read
+    std::filesystem::path toGameDir;   // whose remote_players.tsv is written
+    std::string playerId;              // the row's identity of the reading side
+    std::string displayName;
+};
+
+enum class RelayOutcome { Relayed, Missing, Stale, Invalid, WriteFailed };
+
+// Writes the row when the local state is fresh at `now` (file clock) and its first line is valid;
+// otherwise leaves remote_players.tsv as it is, so the mod there sees it go stale.
+auto relay_local_state(const RelayLink& link, std::filesystem::file_time_type now) -> RelayOutcome;
+
+// A short phrase for the relay's log.
+auto describe(RelayOutcome outcome) -> std::string_view;
+
+} // namespace korvath::session_tool

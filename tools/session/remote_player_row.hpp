@@ -1,0 +1,16 @@
+#pragma once
+// One row of a client's remote_players.tsv, as the relay writes it.
+
+#include "tools/session/player_pose.hpp"
+
+#include <string>
+#include <string_view>
+
+namespace korvath::session_tool {
+
+// playerId, displayName, x, y, z, yaw and mapName, tab-separated and ended by one LF. The numbers are
+// the shortest text that reads back as the same float, so the other side gets the pose unchanged.
+auto format_remote_player_row(std::string_view playerId, std::string_view displayName, const PlayerPose& pose)
+    -> std::string;
+
+} // namespace korvath::session_tool

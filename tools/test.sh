@@ -1,0 +1,21 @@
+#!/usr/bin/env bash
+# Installs what is missing, then builds and runs the whole test suite: warnings as errors, then
+# under AddressSanitizer + UndefinedBehaviorSanitizer and under ThreadSanitizer, plus a format check.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+./tools/install-deps.sh
+
+run_preset() {
+    local preset=$1
+    echo "=== $preset: configure, build, test"
+    cmake --preset "$preset" >/dev/null
+    cmake --build --preset "$preset" -j "$(nproc)"
+    ctest --preset "$preset"
+}
+
+./tools/check-format.sh
+run_preset ci
+run_preset asan
+run_preset tsan
+echo "=== all tests passed"
