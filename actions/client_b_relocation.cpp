@@ -31,7 +31,8 @@ auto append_number_line(std::string& text, const char* key, double value) -> voi
     text.append(key).append(format_report_number(value)).push_back('\n');
 }
 
-auto write_client_spawn_report(const LocalPlayerState& local, const RC::Unreal::FVector& destination) -> void {
+auto write_client_spawn_report(const LocalPlayerState& local, const RC::Unreal::FVector& destination)
+    -> void {
     const auto sent = read_engine_vector(destination);
     std::string text = "phase=5G.3\n"
                        "clientRole=CLIENT_B\n"
@@ -74,8 +75,9 @@ auto relocate_client_b() -> void {
     const float destinationX = local.x - sideX;
     const float destinationY = sideY + local.y;
     const float destinationZ = local.z + kLift;
-    const auto destination = make_engine_vector(static_cast<double>(destinationX),
-                                                static_cast<double>(destinationY), static_cast<double>(destinationZ));
+    const auto destination =
+        make_engine_vector(static_cast<double>(destinationX), static_cast<double>(destinationY),
+                           static_cast<double>(destinationZ));
     const RC::Unreal::FRotator rotation(0.0, static_cast<double>(local.yaw), 0.0);
 
     try {
@@ -86,8 +88,9 @@ auto relocate_client_b() -> void {
         }
         clientBSpawnAdjusted.exchange(true);
         write_client_spawn_report(local, destination);
-        log_to_console(L"[KorvathOnlineCpp] Phase 5G.5 moved CLIENT B to its distinct local spawn before proxy "
-                       L"sync.\n");
+        log_to_console(
+            L"[KorvathOnlineCpp] Phase 5G.5 moved CLIENT B to its distinct local spawn before proxy "
+            L"sync.\n");
     } catch (const std::exception& error) {
         relocation_failed(std::string("Client B local pawn relocation threw an exception: ") + error.what());
     } catch (...) {

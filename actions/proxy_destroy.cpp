@@ -43,15 +43,18 @@ auto destroy_proxy(const char* reason) -> void {
             // learns that the proxy is gone and why it was asked to go.
             mark_proxy_gone();
             write_destroy_report(reason);
-            log_to_console(L"[KorvathOnlineCpp] Phase 5G real-client proxy was already removed by the engine; "
-                           L"no destroy call made.\n");
+            log_to_console(
+                L"[KorvathOnlineCpp] Phase 5G real-client proxy was already removed by the engine; "
+                L"no destroy call made.\n");
             return;
         }
-        log_to_console(L"[KorvathOnlineCpp] Phase 5G destroying real-client proxy: {}\n", actor->GetFullName());
+        log_to_console(L"[KorvathOnlineCpp] Phase 5G destroying real-client proxy: {}\n",
+                       actor->GetFullName());
         actor->K2_DestroyActor();
         mark_proxy_gone();
         write_destroy_report(reason);
-        log_to_console(L"[KorvathOnlineCpp] Phase 5G real-client proxy destroy call returned successfully.\n");
+        log_to_console(
+            L"[KorvathOnlineCpp] Phase 5G real-client proxy destroy call returned successfully.\n");
     } catch (const std::exception& error) {
         write_error_report(std::string("Destroy call threw an exception: ") + error.what());
     } catch (...) {

@@ -24,9 +24,9 @@ using RC::Unreal::AActor;
 using RC::Unreal::FHitResult;
 using RC::Unreal::FRotator;
 using RC::Unreal::UClass;
+using RC::Unreal::UWorld;
 using RC::Unreal::UObjectGlobals::FindFirstOf;
 using RC::Unreal::UObjectGlobals::FindObject;
-using RC::Unreal::UWorld;
 
 constexpr const wchar_t* kControllerClassName = L"BP_PlayerController_C";
 constexpr const wchar_t* kProxyClassPath = L"/Game/Blueprints/BP_PlayerCharacter.BP_PlayerCharacter_C";

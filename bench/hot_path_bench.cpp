@@ -46,7 +46,7 @@ BENCHMARK(BM_ProcessEvent_ModCallbackNothingPending);
 
 void BM_StatOfMissingFile(benchmark::State& state) {
     const std::string path = (bench_exchange_dir() / "phase5g.stop.txt").string();
-    struct stat info{};
+    struct stat info {};
     for (auto _ : state)
         benchmark::DoNotOptimize(stat(path.c_str(), &info));
 }

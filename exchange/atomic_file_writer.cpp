@@ -22,7 +22,8 @@ auto write_whole_file(const std::filesystem::path& path, std::string_view conten
 
 } // namespace
 
-auto write_text_file_atomically(const std::filesystem::path& target, std::string_view content) noexcept -> void {
+auto write_text_file_atomically(const std::filesystem::path& target, std::string_view content) noexcept
+    -> void {
     try {
         std::lock_guard lock(fileWriteMutex);
         std::error_code ignored;

@@ -12,7 +12,8 @@ namespace korvath {
 
 class FileReadBuffer {
 public:
-    explicit FileReadBuffer(std::size_t maxBytes) noexcept : maxBytes_(maxBytes) {}
+    explicit FileReadBuffer(std::size_t maxBytes) noexcept
+        : maxBytes_(maxBytes) {}
     FileReadBuffer(const FileReadBuffer&) = delete;
     auto operator=(const FileReadBuffer&) -> FileReadBuffer& = delete;
 

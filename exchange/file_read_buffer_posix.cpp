@@ -20,7 +20,7 @@ struct DescriptorCloser {
 // byte (so the read that reaches its end comes back short), at least double, at most `limit`.
 auto grown_capacity(int fd, std::size_t capacity, std::size_t limit) -> std::size_t {
     std::size_t wanted = capacity * 2;
-    struct stat info{};
+    struct stat info {};
     if (::fstat(fd, &info) == 0 && info.st_size > 0)
         wanted = std::max(wanted, static_cast<std::size_t>(info.st_size) + 1);
     return std::min(wanted, limit);

@@ -57,12 +57,12 @@ auto exists_in_directory(const std::filesystem::path& directory, std::wstring_vi
         buffer[length++] = static_cast<char>(c);
     }
     buffer[length] = '\0';
-    struct stat info{};
+    struct stat info {};
     return stat(buffer, &info) == 0;
 }
 
 auto last_write_file_time(const std::filesystem::path& path) -> std::optional<int64_t> {
-    struct stat info{};
+    struct stat info {};
     if (stat(path.c_str(), &info) != 0)
         return std::nullopt;
     return to_file_time(info.st_mtim);

@@ -13,10 +13,11 @@ namespace korvath {
 
 namespace {
 
-constexpr std::string_view kLoadedReport = "KorvathOnlineCpp Phase 5G loaded.\n"
-                                           "A real-client proxy session requires phase5g.enable_once.txt.\n"
-                                           "The proxy is visible, collisionless, tick-disabled and controllerless.\n"
-                                           "CLIENT_B is moved once to a distinct spawn before sync.\n";
+constexpr std::string_view kLoadedReport =
+    "KorvathOnlineCpp Phase 5G loaded.\n"
+    "A real-client proxy session requires phase5g.enable_once.txt.\n"
+    "The proxy is visible, collisionless, tick-disabled and controllerless.\n"
+    "CLIENT_B is moved once to a distinct spawn before sync.\n";
 
 // Reports of an earlier run that must not be mistaken for this run's.
 constexpr const wchar_t* kEarlierRunReports[] = {

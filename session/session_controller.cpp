@@ -70,8 +70,9 @@ auto run_enable_wait(SessionTimestamps& stamps, int64_t now) -> bool {
     }
     if (stamps.enableWaitStartedAt == 0) {
         stamps.enableWaitStartedAt = now;
-        log_to_console(L"[KorvathOnlineCpp] Phase 5G detected fresh local state; waiting seven seconds before "
-                       L"enabling the network proxy.\n");
+        log_to_console(
+            L"[KorvathOnlineCpp] Phase 5G detected fresh local state; waiting seven seconds before "
+            L"enabling the network proxy.\n");
         return true;
     }
     if (!wait_is_over(stamps.enableWaitStartedAt, now, kEnableWait))

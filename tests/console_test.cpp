@@ -28,9 +28,10 @@ TEST(Console, EmptyListIsQuietButANullDeviceThrows) {
         log_to_console(L"x\n");
         FAIL() << "no exception";
     } catch (const std::runtime_error& error) {
-        EXPECT_STREQ(error.what(), "[Output::send] Attempted to send but there were no default devices. Please "
-                                   "specify at least one default device or construct a Targets object and "
-                                   "supply your own devices.");
+        EXPECT_STREQ(error.what(),
+                     "[Output::send] Attempted to send but there were no default devices. Please "
+                     "specify at least one default device or construct a Targets object and "
+                     "supply your own devices.");
     }
     devices.clear();
 }

@@ -22,8 +22,8 @@ TEST_F(EngineVector, LayoutFollowsEngineVersion) {
         int32_t major, minor;
         bool doubles;
     };
-    for (const Row row : {Row{4, 27, false}, Row{4, 99, false}, Row{3, 5, false}, Row{5, 0, true}, Row{5, 1, true},
-                          Row{6, 0, true}}) {
+    for (const Row row : {Row{4, 27, false}, Row{4, 99, false}, Row{3, 5, false}, Row{5, 0, true},
+                          Row{5, 1, true}, Row{6, 0, true}}) {
         SCOPED_TRACE(testing::Message() << row.major << "." << row.minor);
         standin::engine().set_version(row.major, row.minor);
         EXPECT_EQ(engine_uses_double_vectors(), row.doubles);
@@ -45,7 +45,8 @@ TEST_F(EngineVector, LayoutFollowsEngineVersion) {
 TEST_F(EngineVector, FloatLayoutRoundsToNearestFloatAndDoubleLayoutKeepsTheDouble) {
     standin::engine().set_version(4, 27);
     const auto narrow = read_engine_vector(make_engine_vector(0.1, 16777217.0, -1e-3));
-    EXPECT_EQ(narrow, (std::array<double, 3>{static_cast<double>(0.1f), 16777216.0, static_cast<double>(-1e-3f)}));
+    EXPECT_EQ(narrow,
+              (std::array<double, 3>{static_cast<double>(0.1f), 16777216.0, static_cast<double>(-1e-3f)}));
     EXPECT_NE(narrow[0], 0.1);
 
     standin::engine().set_version(5, 0);

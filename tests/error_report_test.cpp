@@ -6,7 +6,8 @@
 namespace korvath::test {
 namespace {
 
-const std::wstring kErrorLine = L"[KorvathOnlineCpp] Phase 5G failed; see cpp_phase5g_error.txt for details.\n";
+const std::wstring kErrorLine =
+    L"[KorvathOnlineCpp] Phase 5G failed; see cpp_phase5g_error.txt for details.\n";
 
 using ErrorReport = ActionTest;
 
@@ -15,8 +16,9 @@ TEST_F(ErrorReport, FileHoldsTheLatestMessageWithOneLineFeedAdded) {
         const char* message;
         const char* file;
     };
-    for (const Row row : {Row{"", "\n"}, Row{"UWorld::SpawnActor returned null.", "UWorld::SpawnActor returned null.\n"},
-                          Row{"ends in a line feed\n", "ends in a line feed\n\n"}}) {
+    for (const Row row :
+         {Row{"", "\n"}, Row{"UWorld::SpawnActor returned null.", "UWorld::SpawnActor returned null.\n"},
+          Row{"ends in a line feed\n", "ends in a line feed\n\n"}}) {
         write_error_report(row.message);
         EXPECT_EQ(exchange_file("cpp_phase5g_error.txt"), row.file);
     }

@@ -74,8 +74,9 @@ TEST_F(Dispatch, EngineReadyRegistersOneCallbackButReportsEveryTime) {
     EXPECT_EQ(standin::engine().callback_count(), 1u);
     EXPECT_EQ(read_file(exchange_dir() / "cpp_unreal_ready.txt"),
               "phase=5G\nunrealReady=1\ngameThreadRealClientProxyCallbackRegistered=1\n");
-    const std::wstring line = L"[KorvathOnlineCpp] Phase 5G Unreal initialization confirmed; real-client proxy "
-                              L"callback registered.\n";
+    const std::wstring line =
+        L"[KorvathOnlineCpp] Phase 5G Unreal initialization confirmed; real-client proxy "
+        L"callback registered.\n";
     const auto texts = host.console->texts();
     EXPECT_EQ(std::count(texts.begin(), texts.end(), line), 4); // two calls, two devices
 

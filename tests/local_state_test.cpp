@@ -24,6 +24,7 @@ protected:
     LocalState() {
         reset_session_state();
         exchangeDirectory = exchange_dir();
+        fs::remove_all(path());
     }
     static auto path() -> fs::path { return exchange_dir() / "local_state.tsv"; }
 
@@ -32,12 +33,13 @@ protected:
 };
 
 auto same(const LocalPlayerState& a, const LocalPlayerState& b) -> bool {
-    return a.playerId == b.playerId && a.displayName == b.displayName && a.mapName == b.mapName && a.x == b.x &&
-           a.y == b.y && a.z == b.z && a.yaw == b.yaw && a.valid == b.valid;
+    return a.playerId == b.playerId && a.displayName == b.displayName && a.mapName == b.mapName &&
+           a.x == b.x && a.y == b.y && a.z == b.z && a.yaw == b.yaw && a.valid == b.valid;
 }
 
 TEST_F(LocalState, FirstLineGivesThePoseWhateverTheLineEndsOrFollows) {
-    for (const std::string& content : {kRow, kRow + "\n", kRow + "\r\n", kRow + "\nbad\tline\n", kRow + "\r\n1\t2"}) {
+    for (const std::string& content :
+         {kRow, kRow + "\n", kRow + "\r\n", kRow + "\nbad\tline\n", kRow + "\r\n1\t2"}) {
         write_file(path(), content);
         LocalPlayerState state = untouched();
         ASSERT_TRUE(read_local_state(state)) << testing::PrintToString(content);
@@ -80,10 +82,11 @@ TEST_F(LocalState, BadFirstLinesFailAndLeaveTheRecordUntouched) {
         LocalPlayerState state = untouched();
         const std::string shown = testing::PrintToString(c.content.substr(0, 40));
         ASSERT_EQ(read_local_state(state), c.ok) << shown;
-        if (c.ok)
+        if (c.ok) {
             EXPECT_EQ(state.mapName, c.mapName) << shown;
-        else
+        } else {
             EXPECT_TRUE(same(state, untouched())) << shown;
+        }
     }
 }
 
@@ -97,7 +100,8 @@ TEST_F(LocalState, OnlyAFileWrittenAtMostThreeSecondsAgoCounts) {
         int64_t secondsAgo;
         int64_t extraNanoseconds;
         bool fresh;
-    } ages[] = {{0, 0, true}, {2, 900'000'000, true}, {-60, 0, true}, {3, 1'000'000, false}, {3600, 0, false}};
+    } ages[] = {
+        {0, 0, true}, {2, 900'000'000, true}, {-60, 0, true}, {3, 1'000'000, false}, {3600, 0, false}};
     for (const auto& age : ages) {
         set_file_age(path(), age.secondsAgo, age.extraNanoseconds);
         EXPECT_EQ(is_local_state_fresh(), age.fresh) << age.secondsAgo;

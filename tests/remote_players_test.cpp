@@ -22,15 +22,18 @@ auto raw(const char (&text)[N]) -> std::string {
 }
 
 auto same(const RemotePlayerState& a, const RemotePlayerState& b) -> bool {
-    return a.playerId == b.playerId && a.displayName == b.displayName && a.mapName == b.mapName && a.x == b.x &&
-           a.y == b.y && a.z == b.z && a.yaw == b.yaw && a.valid == b.valid;
+    return a.playerId == b.playerId && a.displayName == b.displayName && a.mapName == b.mapName &&
+           a.x == b.x && a.y == b.y && a.z == b.z && a.yaw == b.yaw && a.valid == b.valid;
 }
 
 const RemotePlayerState kUntouched{"before", "name", "map", 1, 2, 3, 4, true};
 
 class RemotePlayers : public ::testing::Test {
 protected:
-    RemotePlayers() { exchangeDirectory = exchange_dir(); }
+    RemotePlayers() {
+        exchangeDirectory = exchange_dir();
+        fs::remove_all(path());
+    }
     static auto path() -> fs::path { return exchange_dir() / "remote_players.tsv"; }
 };
 
@@ -60,7 +63,7 @@ TEST_F(RemotePlayers, FirstRowThatParsesWins) {
         {kRowA + "\n" + std::string(17 * kMiB, 'x'), "p-a"},
         {std::string(17 * kMiB, 'x') + "\n" + kRowA, ""}, // beyond the 16 MiB read
         // A row cut off by the 16 MiB limit would parse, but the file does not hold it.
-        {std::string(16 * kMiB - 30, '\n') + kRowA + std::string(64, 'm'), ""},
+        {std::string(16 * kMiB - 40, '\n') + kRowA + std::string(64, 'm'), ""},
     };
     for (const auto& c : cases) {
         write_file(path(), c.content);
@@ -68,8 +71,9 @@ TEST_F(RemotePlayers, FirstRowThatParsesWins) {
         const std::string shown = testing::PrintToString(c.content.substr(0, 60));
         ASSERT_EQ(read_remote_players(out), !c.playerId.empty()) << shown;
         EXPECT_EQ(out.playerId, c.playerId.empty() ? kUntouched.playerId : c.playerId) << shown;
-        if (c.playerId.empty())
+        if (c.playerId.empty()) {
             EXPECT_TRUE(same(out, kUntouched)) << shown;
+        }
     }
 }
 
@@ -81,8 +85,9 @@ TEST_F(RemotePlayers, RowGivesEveryFieldAndFailureLeavesTheRecordUntouched) {
     for (const std::string line : {"", "p\tN\t1\t2\t3\t4", "p\tN\t1\t2\t3\tx\tM", "p\tN\t1\t2\t3\t4\tM\r"}) {
         const bool ok = parse_remote_player_row(line, row);
         EXPECT_EQ(ok, line.ends_with('\r')) << testing::PrintToString(line);
-        if (!ok)
+        if (!ok) {
             EXPECT_TRUE(same(row, kUntouched));
+        }
     }
     EXPECT_EQ(row.mapName, "M\r"); // the caller drops the line's CR, not the row parser
 }

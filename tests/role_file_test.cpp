@@ -25,7 +25,10 @@ TEST(RoleFile, FirstLineTrimmingDecidesTheRole) {
         {"lower case", "client_b\n", kClientA},
         {"a digit behind", "CLIENT_B2\n", kClientA},
         {"a word behind", "CLIENT_B please\n", kClientA},
-        {"byte-order mark", "\xEF\xBB\xBF" "CLIENT_B\n", kClientA},
+        {"byte-order mark",
+         "\xEF\xBB\xBF"
+         "CLIENT_B\n",
+         kClientA},
         {"leading CR", "\rCLIENT_B\n", kClientA},
         {"empty", "", kClientA},
         {"empty first line", "\nCLIENT_B\n", kClientA},

@@ -13,11 +13,13 @@ namespace {
 constexpr int64_t kSecond = 1'000'000'000;
 constexpr int64_t kT0 = 50 * kSecond;
 
-const std::wstring kSevenSecondLine = L"[KorvathOnlineCpp] Phase 5G detected fresh local state; waiting seven "
-                                      L"seconds before enabling the network proxy.\n";
+const std::wstring kSevenSecondLine =
+    L"[KorvathOnlineCpp] Phase 5G detected fresh local state; waiting seven "
+    L"seconds before enabling the network proxy.\n";
 const std::wstring kEnabledLine = L"[KorvathOnlineCpp] Phase 5G real-client proxy session enabled.\n";
-const std::wstring kTwoSecondLine = L"[KorvathOnlineCpp] Phase 5G.5 CLIENT B pawn loaded; waiting two seconds "
-                                    L"before distinct-spawn relocation.\n";
+const std::wstring kTwoSecondLine =
+    L"[KorvathOnlineCpp] Phase 5G.5 CLIENT B pawn loaded; waiting two seconds "
+    L"before distinct-spawn relocation.\n";
 
 class SessionController : public ::testing::Test {
 protected:
@@ -38,7 +40,9 @@ protected:
         write_file(exchange_dir() / name, content);
     }
     static auto fresh_local_state() -> void { put("local_state.tsv", "0\t0\t100\t0\tMap_A\n"); }
-    static auto fresh_remote_row() -> void { put("remote_players.tsv", "p2\tKESTREN CLIENT B\t10\t20\t30\t90\tMap_A\n"); }
+    static auto fresh_remote_row() -> void {
+        put("remote_players.tsv", "p2\tKESTREN CLIENT B\t10\t20\t30\t90\tMap_A\n");
+    }
     static auto has(const char* name) -> bool { return fs::exists(exchange_dir() / name); }
 
     // Readies the engine and runs the enable wait to its end at kT0 + 7 s.

@@ -139,7 +139,8 @@ TEST_P(ClientBRelocation, MovesThePawnAsideBeforeTheSessionStarts) {
     SessionDriver driver(KORVATH_DRIVEN_MOD_LIBRARY);
     driver.mod().on_unreal_ready();
 
-    ASSERT_TRUE(driver.run_until([] { return fs::exists(exchange_dir() / "cpp_phase5g_client_spawn.txt"); }, 2.5));
+    ASSERT_TRUE(
+        driver.run_until([] { return fs::exists(exchange_dir() / "cpp_phase5g_client_spawn.txt"); }, 2.5));
     const auto pawn = standin::engine().inspect(game.pawn);
     EXPECT_NEAR(pawn.pose.x, c.x, 1e-3);
     EXPECT_NEAR(pawn.pose.y, c.y, 1e-3);
@@ -166,16 +167,18 @@ INSTANTIATE_TEST_SUITE_P(
         RelocationCase{"Yaw90Engine4", 4, 27, "1000\t2000\t100\t90\tMap_A\n",
                        "destinationX=200\ndestinationY=2000\ndestinationZ=110\n", 200, 2000, 110},
         RelocationCase{"Yaw45Engine5", 5, 0, "-1234.5\t678.25\t50.5\t45\tMap_A\n",
-                       "destinationX=-1800.19\ndestinationY=1243.94\ndestinationZ=60.5\n", -1800.1854, 1243.9354,
-                       60.5},
+                       "destinationX=-1800.19\ndestinationY=1243.94\ndestinationZ=60.5\n", -1800.1854,
+                       1243.9354, 60.5},
         RelocationCase{"Yaw45Engine4", 4, 27, "-1234.5\t678.25\t50.5\t45\tMap_A\n",
-                       "destinationX=-1800.19\ndestinationY=1243.94\ndestinationZ=60.5\n", -1800.1854, 1243.9354,
-                       60.5},
+                       "destinationX=-1800.19\ndestinationY=1243.94\ndestinationZ=60.5\n", -1800.1854,
+                       1243.9354, 60.5},
         RelocationCase{"Yaw180Engine6", 6, 0, "0\t0\t0\t180\tMap_A\n",
-                       "destinationX=6.99382e-05\ndestinationY=-800\ndestinationZ=10\n", 6.99382e-05, -800, 10},
+                       "destinationX=6.99382e-05\ndestinationY=-800\ndestinationZ=10\n", 6.99382e-05, -800,
+                       10},
         RelocationCase{"Yaw180Engine4", 4, 27, "0\t0\t0\t180\tMap_A\n",
-                       "destinationX=6.99382e-05\ndestinationY=-800\ndestinationZ=10\n", 6.99382e-05, -800, 10}),
-    [](const auto& info) { return std::string(info.param.name); });
+                       "destinationX=6.99382e-05\ndestinationY=-800\ndestinationZ=10\n", 6.99382e-05, -800,
+                       10}),
+    [](const auto& testCase) { return std::string(testCase.param.name); });
 
 TEST_F(EndToEnd, ProxyOfATornDownWorldIsSpawnedAnewInTheNewWorld) {
     SessionDriver driver(KORVATH_DRIVEN_MOD_LIBRARY);
@@ -185,9 +188,8 @@ TEST_F(EndToEnd, ProxyOfATornDownWorldIsSpawnedAnewInTheNewWorld) {
     driver.mod().on_unreal_ready();
     ASSERT_TRUE(driver.run_until([&] { return live_proxy().has_value(); }, 8.0));
 
-    // A map change: the old world and everything in it go; the controller lives on in a new world.
-    standin::engine().tear_down_world(game.world);
-    RC::Unreal::UWorld* next = standin::engine().add_world_for(game.controller, L"Map_B");
+    // A map change: the old world and everything in it go, including the proxy.
+    const auto next = standin::engine().change_map(game, L"Map_B").world;
     ASSERT_TRUE(driver.run_until([&] { return live_proxy().has_value(); }, 0.5));
     EXPECT_EQ(live_proxy()->world, next);
     driver.run_for(0.5);

@@ -27,7 +27,8 @@ auto put_fresh(const char* name, std::string_view content) -> void {
 
 class ThreadedHost {
 public:
-    explicit ThreadedHost(RC::CppUserModBase* mod) : m_mod(mod) {
+    explicit ThreadedHost(RC::CppUserModBase* mod)
+        : m_mod(mod) {
         m_game = std::thread([this] {
             standin::engine().set_game_thread(std::this_thread::get_id());
             m_gameStarted.store(true);

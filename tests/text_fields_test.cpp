@@ -73,7 +73,10 @@ TEST(TextFields, AcceptsWholeFiniteNumbersOnly) {
         {"\xEF\xBB\xBF"
          "1",
          false, 0},
-        {std::string("1\0" "5", 3), false, 0},
+        {std::string("1\0"
+                     "5",
+                     3),
+         false, 0},
         {std::string(70, '0') + "1.25", true, 1.25f}, // longer than the inline copy
         {std::string(70, '0') + "1.25x", false, 0},
     };

@@ -22,6 +22,8 @@ private:
     std::atomic<int64_t> m_now{kStart};
 };
 
-inline auto clock() -> Clock& { return Clock::instance(); }
+inline auto clock() -> Clock& {
+    return Clock::instance();
+}
 
 } // namespace standin

@@ -2,7 +2,8 @@
 
 namespace RC {
 
-CppUserModBase::CppUserModBase() : ModIntendedSDKVersion(L"3.0") {}
+CppUserModBase::CppUserModBase()
+    : ModIntendedSDKVersion(L"3.0") {}
 
 CppUserModBase::~CppUserModBase() = default;
 

@@ -31,7 +31,9 @@ private:
 
 class RecordingDevice : public RC::Output::OutputDevice {
 public:
-    RecordingDevice(std::shared_ptr<LineLog> log, bool takesLevel) : m_log(std::move(log)), m_takesLevel(takesLevel) {}
+    RecordingDevice(std::shared_ptr<LineLog> log, bool takesLevel)
+        : m_log(std::move(log))
+        , m_takesLevel(takesLevel) {}
     auto has_optional_arg() const -> bool override { return m_takesLevel; }
     auto receive(std::wstring_view line) const -> void override;
     auto receive_with_optional_arg(std::wstring_view line, int32_t level) const -> void override;
@@ -44,7 +46,8 @@ private:
 // Prints each line as UTF-8 to a stdio stream; the level, when the device takes it, as a prefix tag.
 class StreamDevice : public RC::Output::OutputDevice {
 public:
-    explicit StreamDevice(std::FILE* stream) : m_stream(stream) {}
+    explicit StreamDevice(std::FILE* stream)
+        : m_stream(stream) {}
     auto receive(std::wstring_view line) const -> void override;
 
 private:

@@ -12,9 +12,9 @@ namespace standin {
 
 namespace {
 
-constexpr std::string_view kOpNames[kOpCount] = {"controller", "class",    "world",     "spawn",
-                                                 "move",       "destroy",  "pawn",      "relocate",
-                                                 "hidden",     "collision", "tick",     "fullname"};
+constexpr std::string_view kOpNames[kOpCount] = {"controller", "class",     "world", "spawn",
+                                                 "move",       "destroy",   "pawn",  "relocate",
+                                                 "hidden",     "collision", "tick",  "fullname"};
 
 auto uses_doubles() -> bool {
     return RC::Unreal::Version::Major >= 5;
@@ -128,18 +128,22 @@ auto Engine::add_actor(UWorld* world, UClass* cls, std::wstring name, const Pose
 auto Engine::populate_game_world(const Pose& pawnPose, std::wstring mapName) -> GameWorld {
     GameWorld game;
     game.world = add_world(std::move(mapName));
-    game.controllerClass = add_class(kControllerClass, L"/Game/Blueprints/BP_PlayerController.BP_PlayerController_C");
+    game.controllerClass =
+        add_class(kControllerClass, L"/Game/Blueprints/BP_PlayerController.BP_PlayerController_C");
     game.characterClass = add_class(kCharacterClass, kCharacterClassPath);
     game.controller = add_actor(game.world, game.controllerClass, L"BP_PlayerController_C_0", Pose{});
     game.pawn = add_actor(game.world, game.characterClass, L"BP_PlayerCharacter_C_0", pawnPose);
     return game;
 }
 
-auto Engine::add_world_for(AActor* controller, std::wstring name) -> UWorld* {
-    UWorld* world = add_world(std::move(name));
-    std::lock_guard lock(m_mutex);
-    controller->m_world = world;
-    return world;
+auto Engine::change_map(const GameWorld& old, std::wstring mapName) -> GameWorld {
+    const Pose pawnPose = inspect(old.pawn).pose;
+    tear_down_world(old.world);
+    GameWorld game = old;
+    game.world = add_world(std::move(mapName));
+    game.controller = add_actor(game.world, game.controllerClass, L"BP_PlayerController_C_0", Pose{});
+    game.pawn = add_actor(game.world, game.characterClass, L"BP_PlayerCharacter_C_0", pawnPose);
+    return game;
 }
 
 auto Engine::tear_down_world(UWorld* world) -> void {
@@ -311,9 +315,9 @@ auto Engine::spawn(UWorld* world, UClass* cls, const RC::Unreal::FVector* locati
         std::lock_guard lock(m_mutex);
         serial = static_cast<uint64_t>(m_nextSerial);
     }
-    AActor* actor = add_actor(world, cls, (cls ? cls->GetName() : std::wstring(L"Actor")) + L"_" +
-                                              std::to_wstring(2147480000 + serial),
-                              pose);
+    AActor* actor = add_actor(
+        world, cls,
+        (cls ? cls->GetName() : std::wstring(L"Actor")) + L"_" + std::to_wstring(2147480000 + serial), pose);
     std::lock_guard lock(m_mutex);
     actor->m_spawned = true;
     return actor;

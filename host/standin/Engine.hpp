@@ -28,11 +28,25 @@ using RC::Unreal::UWorld;
 
 inline constexpr const wchar_t* kControllerClass = L"BP_PlayerController_C";
 inline constexpr const wchar_t* kCharacterClass = L"BP_PlayerCharacter_C";
-inline constexpr const wchar_t* kCharacterClassPath = L"/Game/Blueprints/BP_PlayerCharacter.BP_PlayerCharacter_C";
+inline constexpr const wchar_t* kCharacterClassPath =
+    L"/Game/Blueprints/BP_PlayerCharacter.BP_PlayerCharacter_C";
 
 // Engine operations that can be made to fail. Controller and Pawn are FindFirstOf of the
 // controller and character classes; Move is a move of a spawned actor, Relocate of a placed one.
-enum class Op { Controller, Class, World, Spawn, Move, Destroy, Pawn, Relocate, Hidden, Collision, Tick, FullName };
+enum class Op {
+    Controller,
+    Class,
+    World,
+    Spawn,
+    Move,
+    Destroy,
+    Pawn,
+    Relocate,
+    Hidden,
+    Collision,
+    Tick,
+    FullName
+};
 inline constexpr std::size_t kOpCount = 12;
 
 enum class FaultMode {
@@ -91,8 +105,9 @@ public:
     auto add_actor(UWorld* world, UClass* cls, std::wstring name, const Pose& pose) -> AActor*;
     // A world "Map_A" with the player controller, the local pawn at `pawnPose` and both classes.
     auto populate_game_world(const Pose& pawnPose, std::wstring mapName = L"Map_A") -> GameWorld;
-    // Moves the controller and everything it needs into a fresh world, as a map change does.
-    auto add_world_for(AActor* controller, std::wstring name) -> UWorld*;
+    // A map change: the old world and every actor in it are torn down, and a new world gets a new
+    // controller and a new local pawn at the old pawn's pose. The classes stay.
+    auto change_map(const GameWorld& old, std::wstring mapName) -> GameWorld;
 
     // Engine-side events the mod does not cause.
     auto tear_down_world(UWorld* world) -> void;
@@ -114,7 +129,8 @@ public:
     auto set_game_thread(std::thread::id id) -> void;
 
     // Runs one ProcessEvent call: every registered pre-callback, in registration order.
-    auto process_event(UObject* context = nullptr, UFunction* function = nullptr, void* parms = nullptr) -> void;
+    auto process_event(UObject* context = nullptr, UFunction* function = nullptr, void* parms = nullptr)
+        -> void;
     auto callback_count() const -> std::size_t;
 
     // Used by the RC::Unreal implementation.
@@ -124,7 +140,8 @@ public:
     auto world_of(const AActor* actor) -> UWorld*;
     auto spawn(UWorld* world, UClass* cls, const RC::Unreal::FVector* location,
                const RC::Unreal::FRotator* rotation) -> AActor*;
-    auto move(AActor* actor, const RC::Unreal::FVector& location, const RC::Unreal::FRotator& rotation) -> bool;
+    auto move(AActor* actor, const RC::Unreal::FVector& location, const RC::Unreal::FRotator& rotation)
+        -> bool;
     auto set_flag(AActor* actor, Op op, bool value) -> void;
     auto destroy(AActor* actor) -> void;
     auto full_name(const UObject* object) -> std::wstring;
@@ -153,6 +170,8 @@ private:
     std::atomic<std::size_t> m_callbackCount{0};
 };
 
-inline auto engine() -> Engine& { return Engine::instance(); }
+inline auto engine() -> Engine& {
+    return Engine::instance();
+}
 
 } // namespace standin

@@ -23,8 +23,8 @@ auto AActor::GetWorld() const -> UWorld* {
     return standin::engine().world_of(this);
 }
 
-auto AActor::K2_SetActorLocationAndRotation(FVector NewLocation, FRotator NewRotation, bool, FHitResult&, bool)
-    -> bool {
+auto AActor::K2_SetActorLocationAndRotation(FVector NewLocation, FRotator NewRotation, bool, FHitResult&,
+                                            bool) -> bool {
     return standin::engine().move(this, NewLocation, NewRotation);
 }
 
@@ -73,14 +73,16 @@ auto rotator_uses_doubles() -> bool {
 }
 } // namespace
 
-FRotator::FRotator() : FRotator(0.0, 0.0, 0.0) {}
+FRotator::FRotator()
+    : FRotator(0.0, 0.0, 0.0) {}
 
 FRotator::FRotator(double pitch, double yaw, double roll) {
     if (rotator_uses_doubles()) {
         const double values[3] = {pitch, yaw, roll};
         std::memcpy(m_bytes, values, sizeof values);
     } else {
-        const float values[3] = {static_cast<float>(pitch), static_cast<float>(yaw), static_cast<float>(roll)};
+        const float values[3] = {static_cast<float>(pitch), static_cast<float>(yaw),
+                                 static_cast<float>(roll)};
         std::memcpy(m_bytes, values, sizeof values);
     }
 }

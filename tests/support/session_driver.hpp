@@ -15,7 +15,9 @@ class SessionDriver {
 public:
     static constexpr int64_t kStep = 5'000'000; // the host's update period, 5 ms
 
-    explicit SessionDriver(const fs::path& library) : m_mod(load_mod_copy(library)), m_object(m_mod.start()) {}
+    explicit SessionDriver(const fs::path& library)
+        : m_mod(load_mod_copy(library))
+        , m_object(m_mod.start()) {}
     ~SessionDriver() {
         if (m_object)
             m_mod.uninstall(m_object);

@@ -66,10 +66,10 @@ auto set_file_time(const fs::path& path, int64_t fileTime) -> void {
 }
 
 auto reset_session_state() -> void {
-    for (auto* flag : {&unrealReady, &gameThreadRealClientProxyCallbackRegistered, &sessionEnabled,
-                       &killSwitchEngaged, &remoteFresh, &proxyActive, &proxyEverSpawned, &proxyDestroyed,
-                       &lastMoveReturned, &testFailed, &clientRole, &clientBRelocationQueued,
-                       &clientBSpawnAdjusted, &clientBSpawnAdjustFailed})
+    for (auto* flag :
+         {&unrealReady, &gameThreadRealClientProxyCallbackRegistered, &sessionEnabled, &killSwitchEngaged,
+          &remoteFresh, &proxyActive, &proxyEverSpawned, &proxyDestroyed, &lastMoveReturned, &testFailed,
+          &clientRole, &clientBRelocationQueued, &clientBSpawnAdjusted, &clientBSpawnAdjustFailed})
         flag->store(false);
     movementUpdates.store(0);
     pendingGameThreadCommand.store(GameThreadCommand::None);

@@ -55,7 +55,8 @@ auto take_client_snapshot(const fs::path& gameDir, const ClientSnapshot* previou
     for (std::size_t index = 0; index < kWatchedReports.size(); ++index)
         snapshot.reports[index] = read_report(dir / kWatchedReports[index].fileName,
                                               previous ? &previous->reports[index] : nullptr);
-    const auto heartbeat = input_state(dir / kWatchedReports[kHeartbeatReport].fileName, now, kHeartbeatMaxAge);
+    const auto heartbeat =
+        input_state(dir / kWatchedReports[kHeartbeatReport].fileName, now, kHeartbeatMaxAge);
     if (heartbeat == InputState::Absent && snapshot.reports[kHeartbeatReport].present && previous)
         snapshot.heartbeatLive = previous->heartbeatLive; // caught between the mod's remove and rename
     else

@@ -48,8 +48,8 @@ auto input_cells(const ClientSnapshot& snapshot) -> std::vector<std::string> {
         return std::string(name) + ": " + std::string(value);
     };
     return {
-        cell(kRoleFile, snapshot.roleLine ? (snapshot.roleLine->empty() ? "(empty)" : *snapshot.roleLine)
-                                          : "absent"),
+        cell(kRoleFile,
+             snapshot.roleLine ? (snapshot.roleLine->empty() ? "(empty)" : *snapshot.roleLine) : "absent"),
         cell(kEnableMarker, presence(snapshot.enableMarker)),
         cell(kStopMarker, presence(snapshot.stopMarker)),
         cell(kLocalStateFile, input_text(snapshot.localState)),
@@ -75,7 +75,8 @@ auto report_cells(const WatchedReport& report, const ReportState& state) -> std:
 
 } // namespace
 
-auto pack_cells(std::string_view label, const std::vector<std::string>& cells, std::size_t width) -> std::string {
+auto pack_cells(std::string_view label, const std::vector<std::string>& cells, std::size_t width)
+    -> std::string {
     std::string text = "  " + std::string(label);
     text.resize(std::max(text.size() + 1, kLabelColumn), ' ');
     std::size_t rowLength = text.size();

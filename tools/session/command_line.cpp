@@ -32,15 +32,16 @@ constexpr Subcommand kSubcommands[] = {
     {"watch", CommandKind::Watch, 1, SIZE_MAX, false, true, "watch DIR... [--duration S]"},
 };
 
-auto quoted(std::string_view text) -> std::string {
+auto in_quotes(std::string_view text) -> std::string {
     return "'" + std::string(text) + "'";
 }
 
 auto parse_hz(std::string_view text) -> int {
     int value = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (text.empty() || error != std::errc{} || end != text.data() + text.size() || value < 1 || value > kMaxHz)
-        throw UsageError("--hz must be a whole number from 1 to 1000, got " + quoted(text));
+    if (text.empty() || error != std::errc{} || end != text.data() + text.size() || value < 1 ||
+        value > kMaxHz)
+        throw UsageError("--hz must be a whole number from 1 to 1000, got " + in_quotes(text));
     return value;
 }
 
@@ -49,7 +50,8 @@ auto parse_duration(std::string_view text) -> std::chrono::nanoseconds {
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), seconds);
     if (text.empty() || error != std::errc{} || end != text.data() + text.size() || !std::isfinite(seconds) ||
         seconds < 0.0 || seconds > kMaxDurationSeconds)
-        throw UsageError("--duration must be a number of seconds from 0 to 100000000, got " + quoted(text));
+        throw UsageError("--duration must be a number of seconds from 0 to 100000000, got " +
+                         in_quotes(text));
     return std::chrono::nanoseconds(std::llround(seconds * 1e9));
 }
 
@@ -58,7 +60,7 @@ auto parse_role(std::string_view text) -> ClientRole {
         return ClientRole::ClientA;
     if (text == "CLIENT_B")
         return ClientRole::ClientB;
-    throw UsageError("unknown role " + quoted(text) + " (expected CLIENT_A or CLIENT_B)");
+    throw UsageError("unknown role " + in_quotes(text) + " (expected CLIENT_A or CLIENT_B)");
 }
 
 } // namespace
@@ -77,21 +79,21 @@ auto parse_command_line(std::span<const std::string_view> args) -> Command {
         if (candidate.name == args[0])
             sub = &candidate;
     if (!sub)
-        throw UsageError("unknown subcommand " + quoted(args[0]));
+        throw UsageError("unknown subcommand " + in_quotes(args[0]));
 
     Command command{.kind = sub->kind};
     bool hzSeen = false;
     std::vector<std::string_view> positionals;
     for (std::size_t index = 1; index < args.size(); ++index) {
         const std::string_view arg = args[index];
-        if (!arg.starts_with("--") || arg == "--") {
+        if (!arg.starts_with("--")) {
             positionals.push_back(arg);
             continue;
         }
         const std::size_t equals = arg.find('=');
         const std::string_view name = arg.substr(0, equals);
         if (name != "--hz" && name != "--duration")
-            throw UsageError("unknown option " + quoted(name));
+            throw UsageError("unknown option " + in_quotes(name));
         if ((name == "--hz" && !sub->takesHz) || (name == "--duration" && !sub->takesDuration))
             throw UsageError("option " + std::string(name) + " does not apply to " + std::string(sub->name));
         std::string_view value;
@@ -110,7 +112,6 @@ auto parse_command_line(std::span<const std::string_view> args) -> Command {
             command.duration = parse_duration(value);
         }
     }
-    std::erase(positionals, "--");
     if (positionals.size() < sub->minFolders || positionals.size() > sub->maxFolders)
         throw UsageError("wrong number of arguments; usage: korvath-session " + std::string(sub->shape));
     if (sub->kind == CommandKind::Role) {
@@ -126,7 +127,7 @@ auto check_game_folders(const Command& command) -> void {
     for (const auto& dir : command.gameDirs) {
         std::error_code error;
         if (!fs::is_directory(dir, error))
-            throw UsageError("game folder " + quoted(dir.string()) + " does not exist or is no folder");
+            throw UsageError("game folder " + in_quotes(dir.string()) + " does not exist or is no folder");
     }
     if (command.kind == CommandKind::Relay) {
         std::error_code error;

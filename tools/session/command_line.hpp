@@ -17,10 +17,10 @@ enum class CommandKind { Help, Version, Role, Enable, Stop, Resume, Relay, Watch
 
 struct Command {
     CommandKind kind = CommandKind::Help;
-    std::vector<std::filesystem::path> gameDirs;
-    ClientRole role = ClientRole::ClientA;            // role
-    int hz = 20;                                      // relay
-    std::optional<std::chrono::nanoseconds> duration; // relay, watch
+    std::vector<std::filesystem::path> gameDirs{};
+    ClientRole role = ClientRole::ClientA;              // role
+    int hz = 20;                                        // relay
+    std::optional<std::chrono::nanoseconds> duration{}; // relay, watch
 };
 
 // A command line that cannot run; the message names the problem.

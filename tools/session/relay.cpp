@@ -15,8 +15,8 @@ auto run_relay(const RelayOptions& options, std::ostream& log) -> int {
     constexpr std::array<const char*, 2> kDirections{"A -> B", "B -> A"};
     std::array<std::optional<RelayOutcome>, 2> lastOutcome;
 
-    log << "relaying between A " << options.gameDirA << " and B " << options.gameDirB << " at " << options.hz
-        << " Hz\n"
+    log << "relaying between A " << options.gameDirA.string() << " and B " << options.gameDirB.string()
+        << " at " << options.hz << " Hz\n"
         << std::flush;
     const auto period = std::chrono::nanoseconds(std::chrono::seconds(1)) / options.hz;
     run_periodically(period, options.duration, [&] {

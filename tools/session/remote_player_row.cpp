@@ -23,7 +23,11 @@ auto format_remote_player_row(std::string_view playerId, std::string_view displa
         row.push_back('\t');
         append_float(row, value);
     }
-    row.append("\t").append(pose.mapName).append("\n");
+    row.append("\t").append(pose.mapName);
+    // A trailing tab makes no field: an empty map name needs one more tab to stay the seventh field.
+    if (pose.mapName.empty())
+        row.push_back('\t');
+    row.push_back('\n');
     return row;
 }
 

@@ -33,7 +33,8 @@ auto run_watch(const WatchOptions& options, std::ostream& out) -> int {
         const auto now = std::filesystem::file_time_type::clock::now();
         std::string view;
         for (std::size_t index = 0; index < options.gameDirs.size(); ++index) {
-            snapshots[index] = take_client_snapshot(options.gameDirs[index], first ? nullptr : &snapshots[index], now);
+            snapshots[index] =
+                take_client_snapshot(options.gameDirs[index], first ? nullptr : &snapshots[index], now);
             if (index > 0)
                 view += "\n";
             view += render_client_view(snapshots[index], options.width);

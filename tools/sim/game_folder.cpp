@@ -1,10 +1,8 @@
-#include "sim/game_folder.hpp"
+#include "tools/sim/game_folder.hpp"
 
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
-#include <iterator>
 #include <stdexcept>
 #include <unistd.h>
 
@@ -14,24 +12,11 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// Set across the relaunch, so a folder that still does not match cannot relaunch forever.
+// Set for the relaunched copy: the folder is laid out already, and it must not relaunch again.
 constexpr const char* kRelaunchedVariable = "KORVATH_SIM_RELAUNCHED";
 
 auto this_executable() -> fs::path {
     return fs::read_symlink("/proc/self/exe");
-}
-
-auto same_bytes(const fs::path& a, const fs::path& b) -> bool {
-    std::error_code error;
-    if (fs::equivalent(a, b, error))
-        return true;
-    if (!fs::exists(b, error) || fs::file_size(a, error) != fs::file_size(b, error) || error)
-        return false;
-    std::ifstream first(a, std::ios::binary);
-    std::ifstream second(b, std::ios::binary);
-    return first && second &&
-           std::equal(std::istreambuf_iterator<char>(first), std::istreambuf_iterator<char>(),
-                      std::istreambuf_iterator<char>(second), std::istreambuf_iterator<char>());
 }
 
 } // namespace
@@ -47,11 +32,11 @@ auto default_mod_library() -> fs::path {
 auto install_file(const fs::path& source, const fs::path& target) -> void {
     if (!fs::is_regular_file(source))
         throw std::runtime_error("cannot install " + source.string() + ": no such file");
-    if (same_bytes(source, target))
+    std::error_code error;
+    if (fs::equivalent(source, target, error))
         return;
     fs::create_directories(target.parent_path());
     const fs::path temporary = target.string() + ".tmp";
-    std::error_code error;
     fs::remove(temporary, error);
     fs::create_hard_link(source, temporary, error);
     if (error)
@@ -60,15 +45,24 @@ auto install_file(const fs::path& source, const fs::path& target) -> void {
 }
 
 auto enter_game_folder(const fs::path& gameDir, const fs::path& modLibrary, char** argv) -> fs::path {
-    fs::create_directories(gameDir);
+    const bool relaunched = std::getenv(kRelaunchedVariable) != nullptr;
+    unsetenv(kRelaunchedVariable);
     const fs::path installedMod = gameDir / "Mods" / "KorvathOnlineCpp" / "dlls" / "main.so";
-    install_file(modLibrary, installedMod);
-
     const fs::path self = this_executable();
-    if (fs::equivalent(self.parent_path(), gameDir))
+    std::error_code error;
+    const bool inPlace = fs::equivalent(self.parent_path(), gameDir, error);
+    if (relaunched) {
+        // The launching process laid the folder out, with the mod library it resolved.
+        if (!inPlace)
+            throw std::runtime_error("relaunched from " + self.string() + ", which is not in " +
+                                     gameDir.string());
         return installedMod;
-    if (std::getenv(kRelaunchedVariable))
-        throw std::runtime_error("relaunched from " + self.string() + ", which is still not in " + gameDir.string());
+    }
+
+    fs::create_directories(gameDir);
+    install_file(modLibrary, installedMod);
+    if (inPlace)
+        return installedMod;
 
     const fs::path copy = gameDir / kGameExecutableName;
     install_file(self, copy);

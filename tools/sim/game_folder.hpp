@@ -16,12 +16,12 @@ auto default_mod_library() -> std::filesystem::path;
 // Creates `gameDir` and installs `modLibrary` in it; returns the installed library's path. When this
 // executable does not lie in `gameDir`, installs a copy of it there and replaces the process by that
 // copy with the same arguments (the call then does not return). Throws std::runtime_error on failure.
-auto enter_game_folder(const std::filesystem::path& gameDir, const std::filesystem::path& modLibrary, char** argv)
-    -> std::filesystem::path;
+auto enter_game_folder(const std::filesystem::path& gameDir, const std::filesystem::path& modLibrary,
+                       char** argv) -> std::filesystem::path;
 
 // Places `source` at `target` (hard link, else copy) through a temporary name and a rename, so a
 // running program or a loaded library at `target` is never overwritten in place. Does nothing when
-// `target` already holds the same bytes.
+// `target` is `source` (the same file, e.g. a hard link of it).
 auto install_file(const std::filesystem::path& source, const std::filesystem::path& target) -> void;
 
 } // namespace korvath::sim

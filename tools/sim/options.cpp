@@ -1,6 +1,6 @@
-#include "sim/options.hpp"
+#include "tools/sim/options.hpp"
 
-#include "sim/text_values.hpp"
+#include "tools/sim/text_values.hpp"
 
 #include <array>
 #include <cmath>
@@ -140,19 +140,22 @@ auto flags() -> const std::array<Flag, 13>& {
          [](SimOptions& o, std::string_view v) -> std::optional<std::string> {
              const auto fault = parse_fault(v);
              if (!fault)
-                 return "expected OP=MODE[@N]: OP one of controller, class, world, spawn, move, destroy, pawn, "
+                 return "expected OP=MODE[@N]: OP one of controller, class, world, spawn, move, destroy, "
+                        "pawn, "
                         "relocate, hidden, collision, tick, fullname; MODE one of missing, false, throw, "
                         "throw-unknown; N >= 1";
              o.faults.push_back(*fault);
              return std::nullopt;
          }},
         {"--world-log", true,
-         [](SimOptions& o, std::string_view v) -> std::optional<std::string> {
-             if (v.empty())
-                 return "expected a file path";
-             o.worldLog = std::filesystem::absolute(std::filesystem::path(v));
-             return std::nullopt;
-         }},
+         [](SimOptions& o, std::string_view v) -> std::
+                                                   optional<std::string> {
+                                                       if (v.empty())
+                                                           return "expected a file path";
+                                                       o.worldLog = std::filesystem::absolute(
+                                                           std::filesystem::path(v));
+                                                       return std::nullopt;
+                                                   }},
     }};
     return table;
 }

@@ -1,8 +1,8 @@
 #pragma once
 // The command line of korvath-sim.
 
-#include "sim/walker.hpp"
 #include "standin/Engine.hpp"
+#include "tools/sim/walker.hpp"
 
 #include <cstdint>
 #include <filesystem>
@@ -19,7 +19,7 @@ struct FaultSetting {
 };
 
 struct SimOptions {
-    std::filesystem::path gameDir;                  // absolute
+    std::filesystem::path gameDir;                   // absolute
     std::optional<std::filesystem::path> modLibrary; // none: the build's own mod library
     double tickMs{5};
     std::optional<double> readyAfterSeconds{1.0}; // none: the engine never reports ready

@@ -1,4 +1,4 @@
-#include "sim/text_values.hpp"
+#include "tools/sim/text_values.hpp"
 
 #include <charconv>
 #include <cmath>

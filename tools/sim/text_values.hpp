@@ -15,6 +15,7 @@ auto parse_unsigned(std::string_view text) -> std::optional<uint64_t>;
 // Splits at every separator; "a,,b" gives three parts, "" gives one empty part.
 auto split(std::string_view text, char separator) -> std::vector<std::string_view>;
 // A list of exactly `count` numbers separated by `separator`.
-auto parse_numbers(std::string_view text, char separator, std::size_t count) -> std::optional<std::vector<double>>;
+auto parse_numbers(std::string_view text, char separator, std::size_t count)
+    -> std::optional<std::vector<double>>;
 
 } // namespace korvath::sim

@@ -1,6 +1,6 @@
-#include "sim/walker.hpp"
+#include "tools/sim/walker.hpp"
 
-#include "sim/text_values.hpp"
+#include "tools/sim/text_values.hpp"
 
 #include <cmath>
 #include <numbers>
@@ -62,7 +62,9 @@ auto parse_walk_plan(std::string_view text, std::string& error) -> std::optional
     return std::nullopt;
 }
 
-Walker::Walker(const WalkPlan& plan, Point2 start) : m_plan(plan), m_start(start) {
+Walker::Walker(const WalkPlan& plan, Point2 start)
+    : m_plan(plan)
+    , m_start(start) {
     switch (m_plan.kind) {
     case WalkPlan::Kind::Stand:
         m_loopStart = start;
@@ -74,7 +76,8 @@ Walker::Walker(const WalkPlan& plan, Point2 start) : m_plan(plan), m_start(start
     case WalkPlan::Kind::Waypoints:
         m_loopStart = m_plan.waypoints.front();
         for (std::size_t i = 0; i < m_plan.waypoints.size(); ++i)
-            m_loopLength += distance(m_plan.waypoints[i], m_plan.waypoints[(i + 1) % m_plan.waypoints.size()]);
+            m_loopLength +=
+                distance(m_plan.waypoints[i], m_plan.waypoints[(i + 1) % m_plan.waypoints.size()]);
         break;
     }
     m_leadIn = distance(m_start, m_loopStart);
@@ -110,7 +113,8 @@ auto Walker::advance(double seconds) -> WalkStep {
     m_travelled += m_plan.speed * seconds;
     if (m_travelled >= m_leadIn) {
         // Whole loops add no displacement; keep the distance small so precision does not decay.
-        m_travelled = m_loopLength > 0 ? m_leadIn + std::fmod(m_travelled - m_leadIn, m_loopLength) : m_leadIn;
+        m_travelled =
+            m_loopLength > 0 ? m_leadIn + std::fmod(m_travelled - m_leadIn, m_loopLength) : m_leadIn;
     }
     const Point2 after = point_at(m_travelled);
     WalkStep step{after.x - before.x, after.y - before.y, std::nullopt};

@@ -46,10 +46,10 @@ private:
 
     WalkPlan m_plan;
     Point2 m_start;
-    Point2 m_loopStart;     // first point of the loop, where the lead-in from the start ends
-    double m_leadIn{};      // length of the lead-in, units
-    double m_loopLength{};  // length of one loop, units
-    double m_travelled{};   // along the path, kept below m_leadIn + m_loopLength
+    Point2 m_loopStart;    // first point of the loop, where the lead-in from the start ends
+    double m_leadIn{};     // length of the lead-in, units
+    double m_loopLength{}; // length of one loop, units
+    double m_travelled{};  // along the path, kept below m_leadIn + m_loopLength
 };
 
 } // namespace korvath::sim

@@ -1,0 +1,145 @@
+// The status report: its 27 lines from the shared session state, and the number format it uses.
+
+#include "diagnostics/report_number.hpp"
+#include "diagnostics/status_report.hpp"
+#include "exchange/exchange_directory.hpp"
+#include "exchange/remote_players.hpp"
+#include "support/test_support.hpp"
+
+#include <gtest/gtest.h>
+
+#include <locale>
+#include <string>
+
+namespace korvath::test {
+namespace {
+
+class StatusReport : public ::testing::Test {
+protected:
+    StatusReport() {
+        reset_session_state();
+        exchangeDirectory = exchange_dir();
+    }
+    static auto report() -> std::string {
+        write_status_report();
+        return read_file(exchange_dir() / "cpp_phase5g_status.txt");
+    }
+};
+
+TEST(ReportNumber, FormatsAsPrintfShortestGeneralWithSixDigits) {
+    const struct {
+        float value;
+        const char* text;
+    } cases[] = {
+        {0.0f, "0"},
+        {-0.25f, "-0.25"},
+        {1234.5678f, "1234.57"},
+        {1234567.0f, "1.23457e+06"},
+        {0.0000699382f, "6.99382e-05"},
+        {0.0001f, "0.0001"},
+        {999999.0f, "999999"},
+        {9999995.0f, "1e+07"},
+        {100.5f, "100.5"},
+        {-20.0f, "-20"},
+        {3.4e38f, "3.4e+38"},
+        {1e-30f, "1e-30"},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(format_report_number(static_cast<double>(c.value)), c.text) << c.text;
+}
+
+TEST(ReportNumber, KeepsTheFullStopUnderADecimalCommaLocale) {
+    struct DecimalComma : std::numpunct<char> {
+        auto do_decimal_point() const -> char override { return ','; }
+    };
+    const std::locale previous = std::locale::global(std::locale(std::locale::classic(), new DecimalComma));
+    const std::string text = format_report_number(-1234.5);
+    std::locale::global(previous);
+    EXPECT_EQ(text, "-1234.5");
+}
+
+TEST_F(StatusReport, FreshProcessReportsClearedState) {
+    EXPECT_EQ(report(), "phase=5G\n"
+                        "sessionEnabled=0\n"
+                        "proxyActive=0\n"
+                        "proxyEverSpawned=0\n"
+                        "proxyDestroyed=0\n"
+                        "remoteFileFresh=0\n"
+                        "movementUpdates=0\n"
+                        "lastMoveReturned=0\n"
+                        "testFailed=0\n"
+                        "clientRole=CLIENT_A\n"
+                        "clientBSpawnAdjusted=0\n"
+                        "clientBSpawnAdjustFailed=0\n"
+                        "remotePlayerId=\n"
+                        "remoteDisplayName=\n"
+                        "remoteMap=\n"
+                        "targetX=0\n"
+                        "targetY=0\n"
+                        "targetZ=0\n"
+                        "targetYaw=0\n"
+                        "appliedX=0\n"
+                        "appliedY=0\n"
+                        "appliedZ=0\n"
+                        "appliedYaw=0\n"
+                        "collisionDisabled=1\n"
+                        "tickDisabled=1\n"
+                        "controllerCreationRequested=0\n"
+                        "smoothingAlpha=0.35\n");
+}
+
+TEST_F(StatusReport, ShowsTheLastRemoteRowTheAppliedPoseAndEveryFlag) {
+    write_file(exchange_dir() / "remote_players.tsv", "p-7\tKestren of the North\t1234.5678\t1234567\t-0.25\t"
+                                                      "0.0000699382\tMap_North\n");
+    RemotePlayerState row;
+    ASSERT_TRUE(read_remote_players(row));
+    {
+        std::lock_guard lock(remoteStateMutex);
+        remotePlayerSnapshot = row;
+        appliedProxyState = {"p-7", "", "", 1234.5678f, 1234567.0f, 0.0000699382f, 0.0f, true};
+    }
+    for (auto* flag : {&sessionEnabled, &proxyActive, &proxyEverSpawned, &remoteFresh, &testFailed,
+                       &clientBSpawnAdjustFailed, &clientRole})
+        flag->exchange(true);
+    movementUpdates.exchange(10'000'000);
+
+    EXPECT_EQ(report(), "phase=5G\n"
+                        "sessionEnabled=1\n"
+                        "proxyActive=1\n"
+                        "proxyEverSpawned=1\n"
+                        "proxyDestroyed=0\n"
+                        "remoteFileFresh=1\n"
+                        "movementUpdates=10000000\n"
+                        "lastMoveReturned=0\n"
+                        "testFailed=1\n"
+                        "clientRole=CLIENT_B\n"
+                        "clientBSpawnAdjusted=0\n"
+                        "clientBSpawnAdjustFailed=1\n"
+                        "remotePlayerId=p-7\n"
+                        "remoteDisplayName=Kestren of the North\n"
+                        "remoteMap=Map_North\n"
+                        "targetX=1234.57\n"
+                        "targetY=1.23457e+06\n"
+                        "targetZ=-0.25\n"
+                        "targetYaw=6.99382e-05\n"
+                        "appliedX=1234.57\n"
+                        "appliedY=1.23457e+06\n"
+                        "appliedZ=6.99382e-05\n"
+                        "appliedYaw=0\n"
+                        "collisionDisabled=1\n"
+                        "tickDisabled=1\n"
+                        "controllerCreationRequested=0\n"
+                        "smoothingAlpha=0.35\n");
+
+    // The remaining flags flip their own lines only; the role line follows clientRole.
+    for (auto* flag : {&proxyDestroyed, &lastMoveReturned, &clientBSpawnAdjusted})
+        flag->exchange(true);
+    clientRole.exchange(kClientA);
+    const std::string text = report();
+    for (const char* line : {"\nproxyDestroyed=1\n", "\nlastMoveReturned=1\n", "\nclientBSpawnAdjusted=1\n",
+                             "\nclientRole=CLIENT_A\n"})
+        EXPECT_NE(text.find(line), std::string::npos) << line;
+}
+
+} // namespace
+} // namespace korvath::test

@@ -1,0 +1,92 @@
+// korvath-session: the outside session process of KorvathOnlineCpp.
+
+#include "tools/session/client_controls.hpp"
+#include "tools/session/command_line.hpp"
+#include "tools/session/exchange_names.hpp"
+#include "tools/session/periodic_loop.hpp"
+#include "tools/session/relay.hpp"
+#include "tools/session/terminal.hpp"
+#include "tools/session/watch.hpp"
+
+#include <iostream>
+#include <string>
+#include <vector>
+
+namespace tool = korvath::session_tool;
+
+namespace {
+
+constexpr int kExitFailure = 1;
+constexpr int kExitUsage = 2;
+
+auto report_file_step(bool done, const std::filesystem::path& file, std::string_view action) -> int {
+    if (!done) {
+        std::cerr << "korvath-session: error: cannot " << action << " " << file.string() << "\n";
+        return kExitFailure;
+    }
+    std::cout << action << " " << file.string() << "\n";
+    return 0;
+}
+
+auto run(const tool::Command& command) -> int {
+    const auto exchangeFile = [&](std::string_view name) {
+        return tool::exchange_dir_of(command.gameDirs[0]) / name;
+    };
+    switch (command.kind) {
+    case tool::CommandKind::Help:
+        std::cout << tool::usage_text();
+        return 0;
+    case tool::CommandKind::Version:
+        std::cout << "korvath-session " << KORVATH_SESSION_VERSION << "\n";
+        return 0;
+    case tool::CommandKind::Role:
+        return report_file_step(tool::write_role_file(command.gameDirs[0], command.role),
+                                exchangeFile(tool::kRoleFile), "wrote");
+    case tool::CommandKind::Enable:
+        return report_file_step(tool::place_enable_marker(command.gameDirs[0]),
+                                exchangeFile(tool::kEnableMarker), "placed");
+    case tool::CommandKind::Stop:
+        return report_file_step(tool::place_stop_marker(command.gameDirs[0]), exchangeFile(tool::kStopMarker),
+                                "placed");
+    case tool::CommandKind::Resume:
+        if (std::error_code error; !std::filesystem::exists(exchangeFile(tool::kStopMarker), error)) {
+            std::cout << "no stop marker at " << exchangeFile(tool::kStopMarker).string() << "\n";
+            return 0;
+        }
+        return report_file_step(tool::remove_stop_marker(command.gameDirs[0]),
+                                exchangeFile(tool::kStopMarker), "removed");
+    case tool::CommandKind::Relay:
+        tool::install_stop_handlers();
+        return tool::run_relay({command.gameDirs[0], command.gameDirs[1], command.hz, command.duration},
+                               std::cout);
+    case tool::CommandKind::Watch: {
+        tool::install_stop_handlers();
+        const bool terminal = tool::stdout_is_terminal();
+        return tool::run_watch(
+            {command.gameDirs, command.duration, terminal, terminal ? tool::terminal_width(100) : 100},
+            std::cout);
+    }
+    }
+    return kExitFailure;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    const std::vector<std::string_view> args(argv + 1, argv + argc);
+    tool::Command command;
+    try {
+        command = tool::parse_command_line(args);
+        tool::check_game_folders(command);
+    } catch (const tool::UsageError& error) {
+        std::cerr << "korvath-session: error: " << error.what() << "\n"
+                  << "Try 'korvath-session --help'.\n";
+        return kExitUsage;
+    }
+    try {
+        return run(command);
+    } catch (const std::exception& error) {
+        std::cerr << "korvath-session: error: " << error.what() << "\n";
+        return kExitFailure;
+    }
+}

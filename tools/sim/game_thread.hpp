@@ -1,0 +1,25 @@
+#pragma once
+// The engine's game thread: ProcessEvent calls at a fixed rate, each running the mod's pre-callbacks,
+// and once per frame a step of the local pawn's walk. Engine objects are touched only here.
+
+#include "standin/Engine.hpp"
+#include "tools/sim/hook_guard.hpp"
+#include "tools/sim/stop_flag.hpp"
+#include "tools/sim/walker.hpp"
+
+namespace korvath::sim {
+
+struct GameThreadPlan {
+    double processEventHz{}; // 0: no ProcessEvent calls
+    WalkPlan walk;
+    standin::AActor* pawn{};    // the local pawn
+    standin::UObject* caller{}; // the object the engine's ProcessEvent calls are made on
+};
+
+inline constexpr double kFrameHz = 60;
+
+// The thread's body: declares itself the engine's game thread and runs until `stop` is requested.
+// Exceptions escaping ProcessEvent go to `processEvent`.
+auto run_game_thread(const GameThreadPlan& plan, StopFlag& stop, HookGuard& processEvent) -> void;
+
+} // namespace korvath::sim

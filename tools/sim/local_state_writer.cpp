@@ -1,0 +1,38 @@
+#include "tools/sim/local_state_writer.hpp"
+
+#include <cstdio>
+#include <system_error>
+
+namespace korvath::sim {
+
+auto local_state_row(const standin::Pose& pose, const std::string& mapName) -> std::string {
+    constexpr const char* kFormat = "%.3f\t%.3f\t%.3f\t%.3f\t";
+    const int length = std::snprintf(nullptr, 0, kFormat, pose.x, pose.y, pose.z, pose.yaw);
+    std::string row(static_cast<std::size_t>(length), '\0');
+    std::snprintf(row.data(), row.size() + 1, kFormat, pose.x, pose.y, pose.z, pose.yaw);
+    return row + mapName + "\n";
+}
+
+LocalStateWriter::LocalStateWriter(std::filesystem::path exchangeDir, std::string mapName)
+    : m_path(exchangeDir / "local_state.tsv")
+    , m_temporary(exchangeDir / "local_state.tsv.tmp")
+    , m_mapName(std::move(mapName)) {}
+
+auto LocalStateWriter::write(const standin::Pose& pose) -> bool {
+    const std::string row = local_state_row(pose, m_mapName);
+    std::FILE* file = std::fopen(m_temporary.c_str(), "wb");
+    if (!file) {
+        // The mod creates the exchange directory with its first report; do not wait for it.
+        std::error_code error;
+        std::filesystem::create_directories(m_path.parent_path(), error);
+        file = std::fopen(m_temporary.c_str(), "wb");
+        if (!file)
+            return false;
+    }
+    const bool written = std::fwrite(row.data(), 1, row.size(), file) == row.size();
+    if (std::fclose(file) != 0 || !written)
+        return false;
+    return std::rename(m_temporary.c_str(), m_path.c_str()) == 0;
+}
+
+} // namespace korvath::sim

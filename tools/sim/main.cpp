@@ -1,0 +1,126 @@
+// korvath-sim: one headless simulated game process with the mod loaded by the host stand-in.
+
+#include "standin/Clock.hpp"
+#include "standin/Devices.hpp"
+#include "tools/sim/game_folder.hpp"
+#include "tools/sim/game_thread.hpp"
+#include "tools/sim/local_state_writer.hpp"
+#include "tools/sim/mod_host.hpp"
+#include "tools/sim/options.hpp"
+#include "tools/sim/periodic.hpp"
+#include "tools/sim/simulated_world.hpp"
+#include "tools/sim/termination.hpp"
+#include "tools/sim/world_log.hpp"
+
+#include <cstdio>
+#include <memory>
+#include <optional>
+#include <thread>
+#include <vector>
+
+namespace korvath::sim {
+
+namespace {
+
+constexpr double kObserverHz = 10;
+
+auto seconds_since(SteadyClock::time_point start) -> double {
+    return std::chrono::duration<double>(SteadyClock::now() - start).count();
+}
+
+// The mod's console lines go to standard output, as the host's console shows them.
+auto install_console() -> void {
+    auto& devices = RC::Output::DefaultTargets::get_default_devices_ref();
+    devices.clear();
+    devices.push_back(std::make_unique<standin::StreamDevice>(stdout));
+}
+
+auto run(const SimOptions& options, char** argv) -> int {
+    std::filesystem::path installedMod;
+    std::optional<WorldLog> worldLog;
+    std::optional<ModHost> host;
+    standin::GameWorld world;
+    try {
+        installedMod =
+            enter_game_folder(options.gameDir, options.modLibrary.value_or(default_mod_library()), argv);
+        block_termination_signals();
+        install_console();
+        if (options.worldLog)
+            worldLog.emplace(*options.worldLog);
+        world = set_up_world(options);
+        host.emplace(installedMod);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "korvath-sim: %s\n", error.what());
+        return 1;
+    }
+    std::fprintf(stderr, "korvath-sim: game in %s, mod %s\n", options.gameDir.c_str(), installedMod.c_str());
+
+    host->start();
+    const auto start = SteadyClock::now();
+    StopFlag stop;
+    HookGuard processEventGuard("ProcessEvent");
+    std::vector<std::thread> threads;
+
+    // The host's update thread. A mod built with the stepped clock of the stand-in runs in real time too.
+    threads.emplace_back([&] {
+        run_every(to_duration(options.tickMs / 1000), stop, [&] {
+            const auto elapsed =
+                std::chrono::duration_cast<std::chrono::nanoseconds>(SteadyClock::now() - start);
+            standin::clock().set_ns(standin::Clock::kStart + elapsed.count());
+            host->tick();
+        });
+    });
+    if (options.readyAfterSeconds) {
+        threads.emplace_back([&] {
+            if (stop.sleep_until(start + to_duration(*options.readyAfterSeconds)))
+                host->engine_ready();
+        });
+    }
+    const GameThreadPlan gamePlan{options.processEventHz, options.walk, world.pawn, world.controller};
+    threads.emplace_back([&] { run_game_thread(gamePlan, stop, processEventGuard); });
+    // The outside process's tracker of the local pawn, and the world trace.
+    threads.emplace_back([&] {
+        LocalStateWriter localState(options.gameDir / "KorvathOnline", options.mapName);
+        run_every(to_duration(1 / kObserverHz), stop, [&] {
+            if (options.writeLocalState)
+                localState.write(standin::engine().inspect(world.pawn).pose);
+            if (worldLog)
+                worldLog->snapshot(seconds_since(start));
+        });
+    });
+
+    const std::string reason = wait_for_termination(options.durationSeconds);
+    std::fprintf(stderr, "korvath-sim: stopping after %.3f s (%s)\n", seconds_since(start), reason.c_str());
+    stop.request_stop();
+    for (auto& thread : threads)
+        thread.join();
+    host->uninstall();
+    host->print_summaries();
+    processEventGuard.print_summary();
+    std::fflush(stdout);
+    return 0;
+}
+
+} // namespace
+
+} // namespace korvath::sim
+
+int main(int argc, char** argv) {
+    using korvath::sim::ParsedCommandLine;
+    const ParsedCommandLine parsed = korvath::sim::parse_command_line(
+        std::span<const char* const>(argv + 1, static_cast<std::size_t>(argc - 1)));
+    switch (parsed.action) {
+    case ParsedCommandLine::Action::Help:
+        std::fputs(korvath::sim::usage_text().c_str(), stdout);
+        return 0;
+    case ParsedCommandLine::Action::Version:
+        std::fputs(korvath::sim::version_text().c_str(), stdout);
+        return 0;
+    case ParsedCommandLine::Action::Error:
+        std::fprintf(stderr, "korvath-sim: %s\nTry 'korvath-sim --help'.\n", parsed.error.c_str());
+        return 2;
+    case ParsedCommandLine::Action::Run:
+        break;
+    }
+    return korvath::sim::run(parsed.options, argv);
+}

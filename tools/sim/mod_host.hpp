@@ -1,0 +1,37 @@
+#pragma once
+// The mod host's side of the simulated game: the loaded mod library, its mod object and the calls into
+// its hooks, each guarded like the real host guards them.
+
+#include "standin/ModLoader.hpp"
+#include "tools/sim/hook_guard.hpp"
+
+#include <filesystem>
+
+namespace korvath::sim {
+
+class ModHost {
+public:
+    // Loads the library; throws standin::ModLoadError when it or its entry points cannot be found.
+    explicit ModHost(const std::filesystem::path& library);
+
+    // Entry thread: creates the mod object through start_mod; false when that failed.
+    auto start() -> bool;
+    // Update thread.
+    auto tick() -> void;
+    // The engine-ready thread.
+    auto engine_ready() -> void;
+    // Entry thread, after the other threads have ended: deletes the mod object through uninstall_mod.
+    auto uninstall() -> void;
+    auto print_summaries() const -> void;
+
+private:
+    standin::LoadedMod m_library;
+    RC::CppUserModBase*
+        m_mod{}; // written on the entry thread before the hook threads start and after they end
+    HookGuard m_startGuard{"start_mod"};
+    HookGuard m_tickGuard{"on_host_tick"};
+    HookGuard m_readyGuard{"on_unreal_ready"};
+    HookGuard m_uninstallGuard{"uninstall_mod"};
+};
+
+} // namespace korvath::sim

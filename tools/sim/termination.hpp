@@ -1,0 +1,17 @@
+#pragma once
+// The simulated game ends on SIGINT, SIGTERM or when its run time is up.
+
+#include <optional>
+#include <string>
+
+namespace korvath::sim {
+
+// Blocks SIGINT and SIGTERM in the calling thread and every thread it starts afterwards, so that only
+// wait_for_termination receives them; ignores SIGPIPE (a closed standard output must not kill the game).
+auto block_termination_signals() -> void;
+
+// Waits for SIGINT or SIGTERM, or until `seconds` have passed (none: no time limit). Returns what ended
+// the wait, e.g. "SIGTERM" or "end of --duration".
+auto wait_for_termination(std::optional<double> seconds) -> std::string;
+
+} // namespace korvath::sim

@@ -1,0 +1,31 @@
+#include "tools/sim/world_log.hpp"
+
+#include "standin/Devices.hpp"
+#include "standin/Engine.hpp"
+
+#include <stdexcept>
+
+namespace korvath::sim {
+
+WorldLog::WorldLog(const std::filesystem::path& path)
+    : m_file(std::fopen(path.c_str(), "w")) {
+    if (!m_file)
+        throw std::runtime_error("cannot open the world log " + path.string());
+}
+
+WorldLog::~WorldLog() {
+    std::fclose(m_file);
+}
+
+auto WorldLog::snapshot(double secondsSinceStart) -> void {
+    for (const auto* actor : standin::engine().actors()) {
+        const standin::ActorState state = standin::engine().inspect(actor);
+        std::fprintf(m_file, "%.3f\t%s\t%s\t%.3f\t%.3f\t%.3f\t%.3f\t%d\t%d\t%d\t%d\n", secondsSinceStart,
+                     standin::to_utf8(state.fullName).c_str(), standin::to_utf8(state.className).c_str(),
+                     state.pose.x, state.pose.y, state.pose.z, state.pose.yaw, state.hidden, state.collision,
+                     state.tick, state.alive);
+    }
+    std::fflush(m_file);
+}
+
+} // namespace korvath::sim
