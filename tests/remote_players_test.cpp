@@ -117,6 +117,7 @@ TEST_F(RemotePlayers, SomethingOtherThanAFileFailsWithoutBlocking) {
     ASSERT_EQ(mkfifo(path().c_str(), 0600), 0); // no writer: a blocking open would hang here
     EXPECT_FALSE(read_remote_players(out));
     EXPECT_TRUE(same(out, kUntouched));
+    fs::remove(path());
 }
 
 } // namespace

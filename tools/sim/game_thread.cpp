@@ -26,7 +26,7 @@ auto walk_pawn(Walker& walker, standin::AActor* pawn, double seconds) -> void {
 
 } // namespace
 
-auto run_game_thread(const GameThreadPlan& plan, StopFlag& stop, HookGuard& processEvent) -> void {
+auto run_game_thread(const GameThreadPlan& plan, StopFlag& stop, HookGuard& processEvent) -> uint64_t {
     auto& engine = standin::engine();
     engine.set_game_thread(std::this_thread::get_id());
 
@@ -58,6 +58,7 @@ auto run_game_thread(const GameThreadPlan& plan, StopFlag& stop, HookGuard& proc
             lastFrame = now;
         }
     });
+    return calls;
 }
 
 } // namespace korvath::sim

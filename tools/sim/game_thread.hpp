@@ -3,9 +3,11 @@
 // and once per frame a step of the local pawn's walk. Engine objects are touched only here.
 
 #include "standin/Engine.hpp"
+
 #include "tools/sim/hook_guard.hpp"
 #include "tools/sim/stop_flag.hpp"
 #include "tools/sim/walker.hpp"
+#include <cstdint>
 
 namespace korvath::sim {
 
@@ -19,7 +21,7 @@ struct GameThreadPlan {
 inline constexpr double kFrameHz = 60;
 
 // The thread's body: declares itself the engine's game thread and runs until `stop` is requested.
-// Exceptions escaping ProcessEvent go to `processEvent`.
-auto run_game_thread(const GameThreadPlan& plan, StopFlag& stop, HookGuard& processEvent) -> void;
+// Exceptions escaping ProcessEvent go to `processEvent`. Returns the number of ProcessEvent calls made.
+auto run_game_thread(const GameThreadPlan& plan, StopFlag& stop, HookGuard& processEvent) -> uint64_t;
 
 } // namespace korvath::sim

@@ -12,6 +12,8 @@
 #include "tools/sim/termination.hpp"
 #include "tools/sim/world_log.hpp"
 
+#include <cinttypes>
+#include <cstdint>
 #include <cstdio>
 #include <memory>
 #include <optional>
@@ -77,7 +79,8 @@ auto run(const SimOptions& options, char** argv) -> int {
         });
     }
     const GameThreadPlan gamePlan{options.processEventHz, options.walk, world.pawn, world.controller};
-    threads.emplace_back([&] { run_game_thread(gamePlan, stop, processEventGuard); });
+    uint64_t processEventCalls = 0;
+    threads.emplace_back([&] { processEventCalls = run_game_thread(gamePlan, stop, processEventGuard); });
     // The outside process's tracker of the local pawn, and the world trace.
     threads.emplace_back([&] {
         LocalStateWriter localState(options.gameDir / "KorvathOnline", options.mapName);
@@ -90,10 +93,13 @@ auto run(const SimOptions& options, char** argv) -> int {
     });
 
     const std::string reason = wait_for_termination(options.durationSeconds);
-    std::fprintf(stderr, "korvath-sim: stopping after %.3f s (%s)\n", seconds_since(start), reason.c_str());
+    const double runSeconds = seconds_since(start);
+    std::fprintf(stderr, "korvath-sim: stopping after %.3f s (%s)\n", runSeconds, reason.c_str());
     stop.request_stop();
     for (auto& thread : threads)
         thread.join();
+    std::fprintf(stderr, "korvath-sim: %" PRIu64 " ProcessEvent calls (%.0f a second)\n", processEventCalls,
+                 static_cast<double>(processEventCalls) / runSeconds);
     host->uninstall();
     host->print_summaries();
     processEventGuard.print_summary();
