@@ -4,7 +4,7 @@ option(KORVATH_WARNINGS_AS_ERRORS "Treat compiler warnings as errors" OFF)
 add_library(korvath_warnings INTERFACE)
 target_compile_options(korvath_warnings INTERFACE
     -Wall -Wextra -Wshadow -Wpedantic -Wnon-virtual-dtor -Wold-style-cast -Wcast-align
-    -Woverloaded-virtual -Wnull-dereference -Wdouble-promotion -Wimplicit-fallthrough)
+    -Woverloaded-virtual -Wdouble-promotion -Wimplicit-fallthrough)
 if(KORVATH_WARNINGS_AS_ERRORS)
     target_compile_options(korvath_warnings INTERFACE -Werror)
 endif()

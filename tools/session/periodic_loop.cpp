@@ -32,7 +32,7 @@ auto run_periodically(std::chrono::nanoseconds period, std::optional<std::chrono
                       const std::function<void()>& tick) -> void {
     using Clock = std::chrono::steady_clock;
     const auto start = Clock::now();
-    const auto end = limit ? std::optional{start + *limit} : std::nullopt;
+    const auto end = limit ? start + *limit : Clock::time_point::max();
     auto next = start;
     while (!stop_requested()) {
         tick();
@@ -40,11 +40,11 @@ auto run_periodically(std::chrono::nanoseconds period, std::optional<std::chrono
         auto now = Clock::now();
         if (next < now)
             next = now;
-        if (end && next >= *end)
-            next = *end;
+        if (next >= end)
+            next = end;
         while (!stop_requested() && (now = Clock::now()) < next)
             std::this_thread::sleep_for(std::min<Clock::duration>(next - now, kStopCheckSlice));
-        if (end && Clock::now() >= *end)
+        if (Clock::now() >= end)
             return;
     }
 }
