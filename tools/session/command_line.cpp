@@ -63,9 +63,44 @@ auto parse_role(std::string_view text) -> ClientRole {
     throw UsageError("unknown role " + in_quotes(text) + " (expected CLIENT_A or CLIENT_B)");
 }
 
+// The demo has options of its own and no game folders.
+auto parse_demo_command(std::span<const std::string_view> args) -> Command {
+    Command command{.kind = CommandKind::Demo};
+    for (std::size_t index = 0; index < args.size(); ++index) {
+        const std::string_view arg = args[index];
+        const std::size_t equals = arg.find('=');
+        const std::string_view name = arg.substr(0, equals);
+        if (name == "--help" || name == "-h")
+            return {.kind = CommandKind::DemoHelp};
+        if (!arg.starts_with("--"))
+            throw UsageError("demo takes no arguments besides its options, got " + in_quotes(arg));
+        if (name == "--keep" || name == "--quick") {
+            if (equals != std::string_view::npos)
+                throw UsageError("option " + std::string(name) + " takes no value");
+            (name == "--keep" ? command.demo.keep : command.demo.quick) = true;
+            continue;
+        }
+        if (name != "--dir")
+            throw UsageError("unknown demo option " + in_quotes(name));
+        std::string_view value;
+        if (equals != std::string_view::npos)
+            value = arg.substr(equals + 1);
+        else if (index + 1 < args.size())
+            value = args[++index];
+        if (value.empty())
+            throw UsageError("option --dir needs a directory");
+        if (command.demo.dir)
+            throw UsageError("option --dir given twice");
+        command.demo.dir = fs::path(value);
+    }
+    return command;
+}
+
 } // namespace
 
 auto parse_command_line(std::span<const std::string_view> args) -> Command {
+    if (!args.empty() && args[0] == "demo")
+        return parse_demo_command(args.subspan(1));
     for (const auto arg : args)
         if (arg == "--help" || arg == "-h")
             return {.kind = CommandKind::Help};
@@ -150,6 +185,9 @@ auto usage_text() -> std::string_view {
            "                               copy each side's fresh local state into the other side's\n"
            "                               remote_players.tsv, N times a second (1..1000, default 20)\n"
            "  watch DIR... [--duration S]  live view of each client's heartbeat, status and reports\n"
+           "  demo [--dir DIR] [--keep] [--quick]\n"
+           "                               two simulated games in a whole session, shown live; writes a\n"
+           "                               plot (see 'korvath-session demo --help')\n"
            "  --help, --version\n"
            "\n"
            "relay and watch run until SIGINT/SIGTERM, or for S seconds.\n"

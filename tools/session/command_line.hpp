@@ -2,6 +2,7 @@
 // The tool's command line: subcommand, game folders and options, checked before anything runs.
 
 #include "tools/session/client_controls.hpp"
+#include "tools/session/demo_plan.hpp"
 
 #include <chrono>
 #include <filesystem>
@@ -13,7 +14,7 @@
 
 namespace korvath::session_tool {
 
-enum class CommandKind { Help, Version, Role, Enable, Stop, Resume, Relay, Watch };
+enum class CommandKind { Help, Version, Role, Enable, Stop, Resume, Relay, Watch, Demo, DemoHelp };
 
 struct Command {
     CommandKind kind = CommandKind::Help;
@@ -21,6 +22,7 @@ struct Command {
     ClientRole role = ClientRole::ClientA;              // role
     int hz = 20;                                        // relay
     std::optional<std::chrono::nanoseconds> duration{}; // relay, watch
+    DemoOptions demo{};                                 // demo
 };
 
 // A command line that cannot run; the message names the problem.

@@ -2,6 +2,7 @@
 
 #include "tools/session/client_controls.hpp"
 #include "tools/session/command_line.hpp"
+#include "tools/session/demo.hpp"
 #include "tools/session/exchange_names.hpp"
 #include "tools/session/periodic_loop.hpp"
 #include "tools/session/relay.hpp"
@@ -66,6 +67,11 @@ auto run(const tool::Command& command) -> int {
             {command.gameDirs, command.duration, terminal, terminal ? tool::terminal_width(100) : 100},
             std::cout);
     }
+    case tool::CommandKind::Demo:
+        return tool::run_demo(command.demo, std::cout);
+    case tool::CommandKind::DemoHelp:
+        std::cout << tool::demo_usage_text();
+        return 0;
     }
     return kExitFailure;
 }
@@ -79,8 +85,9 @@ int main(int argc, char** argv) {
         command = tool::parse_command_line(args);
         tool::check_game_folders(command);
     } catch (const tool::UsageError& error) {
+        const bool demo = !args.empty() && args[0] == "demo";
         std::cerr << "korvath-session: error: " << error.what() << "\n"
-                  << "Try 'korvath-session --help'.\n";
+                  << "Try 'korvath-session " << (demo ? "demo --help" : "--help") << "'.\n";
         return kExitUsage;
     }
     try {

@@ -1,0 +1,46 @@
+#pragma once
+// The two-client demo's options and its timetable: what the two games do, how long the session is
+// watched in each phase, and how long each phase may take before the demo gives up.
+
+#include <chrono>
+#include <filesystem>
+#include <optional>
+#include <string_view>
+
+namespace korvath::session_tool {
+
+struct DemoOptions {
+    std::optional<std::filesystem::path> dir; // nothing: a fresh temporary directory
+    bool keep = false;                        // keep the two game folders at the end
+    bool quick = false;                       // a shorter following phase
+};
+
+struct DemoPlan {
+    // The games: CLIENT_A walks a circle around its start, CLIENT_B stands where it starts.
+    double readyAfterSeconds = 0.5; // the engine reports ready this long after start
+    double circleRadius = 600.0;    // engine units
+    double walkSpeed = 300.0;       // engine units per second
+    int relayHz = 20;               // also the rate at which the demo looks at the files
+
+    std::chrono::milliseconds follow{15'000}; // how long both proxies are watched following
+
+    // Longest wait of each phase, from its start.
+    std::chrono::milliseconds startLimit{10'000};     // both engines ready
+    std::chrono::milliseconds relocateLimit{8'000};   // CLIENT_B moved aside (due 2 s after ready)
+    std::chrono::milliseconds enableLimit{14'000};    // both proxies spawned (due 7 s after fresh state)
+    std::chrono::milliseconds killSwitchLimit{5'000}; // A's proxy destroyed after the stop marker
+    std::chrono::milliseconds staleLimit{12'000}; // B's proxy destroyed (due 2 s + 3 s after the relay stops)
+    std::chrono::milliseconds shutdownGrace{5'000}; // per game, from SIGTERM to SIGKILL
+
+    // While following, B's proxy of A stays this close to A's pawn (engine units).
+    double followLimit = 500.0;
+
+    // A last resort: each game ends on its own after this, should the demo itself be killed.
+    auto game_lifetime_seconds() const -> double;
+};
+
+auto make_demo_plan(const DemoOptions& options) -> DemoPlan;
+
+auto demo_usage_text() -> std::string_view;
+
+} // namespace korvath::session_tool
