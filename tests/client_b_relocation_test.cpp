@@ -3,8 +3,8 @@
 #include "actions/client_b_relocation.hpp"
 #include "support/action_fixture.hpp"
 
+#include <array>
 #include <functional>
-#include <tuple>
 
 namespace korvath::test {
 namespace {
@@ -13,86 +13,41 @@ using standin::Fault;
 using standin::FaultMode;
 using standin::Op;
 
-const std::wstring kMovedLine =
-    L"[KorvathOnlineCpp] Phase 5G.5 moved CLIENT B to its distinct local spawn before proxy sync.\n";
+const char* const kRow = "1000\t2000\t100\t0\tMap_A\n";
 
 class ClientBRelocation : public ActionTest {
 protected:
     ClientBRelocation() {
         clientRole.store(kClientB);
         clientBRelocationQueued.store(true);
+        local_state(kRow);
     }
     static auto local_state(const char* row) -> void { write_file(exchange_dir() / "local_state.tsv", row); }
-    auto pawn_pose() const -> standin::Pose { return pose_of(game.pawn); }
     // Nothing was moved or written, and no failure was recorded.
     auto expect_untouched() const -> void {
         EXPECT_EQ(standin::engine().calls(Op::Relocate), 0u);
-        EXPECT_EQ(pawn_pose().x, kPawnPose.x);
+        EXPECT_EQ(pose_of(game.pawn).x, kPawnPose.x);
         EXPECT_EQ(exchange_file("cpp_phase5g_client_spawn.txt"), "<missing>");
         EXPECT_FALSE(clientBSpawnAdjusted || clientBSpawnAdjustFailed || testFailed);
         EXPECT_TRUE(console_lines().empty());
     }
 };
 
-struct Example {
-    const char* row;
-    double yaw;
-    const char* numbers; // originalX..destinationZ, one per line
-};
-class ClientBRelocationExample : public ClientBRelocation,
-                                 public ::testing::WithParamInterface<std::tuple<Example, int32_t>> {};
-
-TEST_P(ClientBRelocationExample, MovesPawnBesideReportedPoseAndReportsWhatWasSent) {
-    const auto& [example, major] = GetParam();
-    standin::engine().set_version(major, major == 4 ? 27 : 1);
-    local_state(example.row);
+TEST_F(ClientBRelocation, MovesThePawnBesideTheReportedPoseOnceAndReportsWhatWasSent) {
+    local_state("-1234.5\t678.25\t50.5\t45\tMap_A\n");
     relocate_client_b();
-
     EXPECT_EQ(exchange_file("cpp_phase5g_client_spawn.txt"),
-              std::string("phase=5G.3\nclientRole=CLIENT_B\nlocalPawnMoved=1\n") + example.numbers +
-                  "separationDistance=800\nproxyExistedDuringMove=0\n");
-    const auto pose = pawn_pose();
-    EXPECT_EQ((std::array{pose.pitch, pose.yaw, pose.roll}), (std::array{0.0, example.yaw, 0.0}));
-    EXPECT_TRUE(clientBSpawnAdjusted);
+              "phase=5G.3\nclientRole=CLIENT_B\nlocalPawnMoved=1\noriginalX=-1234.5\noriginalY=678.25\n"
+              "originalZ=50.5\ndestinationX=-1800.19\ndestinationY=1243.94\ndestinationZ=60.5\n"
+              "separationDistance=800\nproxyExistedDuringMove=0\n");
+    const auto pose = pose_of(game.pawn);
+    EXPECT_EQ((std::array{pose.pitch, pose.yaw, pose.roll}), (std::array{0.0, 45.0, 0.0}));
+    EXPECT_TRUE(clientBSpawnAdjusted && clientBRelocationQueued);
     EXPECT_FALSE(clientBSpawnAdjustFailed || testFailed);
-    EXPECT_TRUE(clientBRelocationQueued);
-    EXPECT_EQ(console_lines(), std::vector<std::wstring>{kMovedLine});
-}
+    EXPECT_EQ(console_lines(), std::vector<std::wstring>{L"[KorvathOnlineCpp] Phase 5G.5 moved CLIENT B to "
+                                                         L"its distinct local spawn before proxy sync.\n"});
 
-INSTANTIATE_TEST_SUITE_P(
-    BothLayouts, ClientBRelocationExample,
-    ::testing::Combine(
-        ::testing::Values(
-            Example{"1000\t2000\t100\t0\tMap_A\n", 0,
-                    "originalX=1000\noriginalY=2000\noriginalZ=100\ndestinationX=1000\ndestinationY=2800\n"
-                    "destinationZ=110\n"},
-            Example{"1000\t2000\t100\t90\tMap_A\n", 90,
-                    "originalX=1000\noriginalY=2000\noriginalZ=100\ndestinationX=200\ndestinationY=2000\n"
-                    "destinationZ=110\n"},
-            Example{"-1234.5\t678.25\t50.5\t45\tMap_A\n", 45,
-                    "originalX=-1234.5\noriginalY=678.25\noriginalZ=50.5\ndestinationX=-1800.19\n"
-                    "destinationY=1243.94\ndestinationZ=60.5\n"},
-            Example{"0\t0\t0\t180\tMap_A\n", 180,
-                    "originalX=0\noriginalY=0\noriginalZ=0\ndestinationX=6.99382e-05\ndestinationY=-800\n"
-                    "destinationZ=10\n"}),
-        ::testing::Values(4, 5)),
-    [](const auto& test) {
-        return "Yaw" + std::to_string(static_cast<int>(std::get<0>(test.param).yaw)) + "_UE" +
-               std::to_string(std::get<1>(test.param));
-    });
-
-TEST_F(ClientBRelocation, ClientANeverMovesItsPawn) {
-    clientRole.store(kClientA);
-    local_state("1000\t2000\t100\t0\tMap_A\n");
-    relocate_client_b();
-    expect_untouched();
-    EXPECT_TRUE(standin::engine().journal().empty());
-    EXPECT_TRUE(clientBRelocationQueued);
-}
-
-TEST_F(ClientBRelocation, SecondCommandAfterSuccessDoesNothing) {
-    local_state("1000\t2000\t100\t0\tMap_A\n");
-    relocate_client_b();
+    // A second command after the success does nothing.
     fs::remove(exchange_dir() / "cpp_phase5g_client_spawn.txt");
     const auto calls = standin::engine().journal().size();
     relocate_client_b();
@@ -100,45 +55,43 @@ TEST_F(ClientBRelocation, SecondCommandAfterSuccessDoesNothing) {
     EXPECT_EQ(exchange_file("cpp_phase5g_client_spawn.txt"), "<missing>");
 }
 
-TEST_F(ClientBRelocation, NoPawnOrNoUsableLocalStateGivesUpTheQueuedCommand) {
-    const std::function<void()> cases[] = {
-        [] { fs::remove(exchange_dir() / "local_state.tsv"); },
-        [] { set_file_age(exchange_dir() / "local_state.tsv", 10); },
-        [] { local_state("1000\t2000\tnot-a-number\t0\tMap_A\n"); },
-        [] {
-            standin::engine().set_fault(Op::Pawn, Fault{FaultMode::Missing, 1});
-        },
-        [this] { standin::engine().tear_down_world(game.world); },
+// Client A keeps the command queued; without a pawn or a usable local state CLIENT_B gives it up.
+TEST_F(ClientBRelocation, NothingMovesForClientAOrWithoutPawnOrUsableLocalState) {
+    const std::pair<std::function<void()>, bool> cases[] = {
+        // what goes wrong, queued afterwards
+        {[] { clientRole.store(kClientA); }, true},
+        {[] { fs::remove(exchange_dir() / "local_state.tsv"); }, false},
+        {[] { set_file_age(exchange_dir() / "local_state.tsv", 10); }, false},
+        {[] { local_state("1000\t2000\tnot-a-number\t0\tMap_A\n"); }, false},
+        {[] { standin::engine().set_fault(Op::Pawn, Fault{FaultMode::Missing}); }, false},
+        {[this] { standin::engine().tear_down_world(game.world); }, false},
     };
     for (std::size_t i = 0; i < std::size(cases); ++i) {
         SCOPED_TRACE(i);
         standin::engine().clear_faults();
-        local_state("1000\t2000\t100\t0\tMap_A\n");
+        clientRole.store(kClientB);
+        local_state(kRow);
         clientBRelocationQueued.store(true);
-        cases[i]();
+        cases[i].first();
         relocate_client_b();
-        EXPECT_FALSE(clientBRelocationQueued);
+        EXPECT_EQ(clientBRelocationQueued.load(), cases[i].second);
         expect_untouched();
     }
 }
 
 TEST_F(ClientBRelocation, FailedMoveIsReportedAndNeverCountsAsDone) {
-    struct Row {
-        FaultMode mode;
-        const char* error;
-    };
-    for (const Row row :
-         {Row{FaultMode::False, "Client B local pawn relocation returned false."},
-          Row{FaultMode::Throw, "Client B local pawn relocation threw an exception: simulated "
-                                "relocate failure"},
-          Row{FaultMode::ThrowUnknown, "Client B local pawn relocation threw an unknown exception."}}) {
-        standin::engine().set_fault(Op::Relocate, Fault{row.mode, 1});
-        local_state("1000\t2000\t100\t0\tMap_A\n");
+    for (const auto& [mode, error] :
+         {std::pair{FaultMode::False, "Client B local pawn relocation returned false."},
+          std::pair{FaultMode::Throw,
+                    "Client B local pawn relocation threw an exception: simulated relocate failure"},
+          std::pair{FaultMode::ThrowUnknown, "Client B local pawn relocation threw an unknown exception."}}) {
+        standin::engine().set_fault(Op::Relocate, Fault{mode, 1});
+        local_state(kRow);
         relocate_client_b();
-        EXPECT_EQ(exchange_file("cpp_phase5g_error.txt"), std::string(row.error) + "\n");
+        EXPECT_EQ(exchange_file("cpp_phase5g_error.txt"), std::string(error) + "\n");
         EXPECT_TRUE(clientBSpawnAdjustFailed && testFailed && clientBRelocationQueued);
         EXPECT_FALSE(clientBSpawnAdjusted);
-        EXPECT_EQ(pawn_pose().x, kPawnPose.x);
+        EXPECT_EQ(pose_of(game.pawn).x, kPawnPose.x);
         EXPECT_EQ(exchange_file("cpp_phase5g_client_spawn.txt"), "<missing>");
     }
 }

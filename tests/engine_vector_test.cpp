@@ -8,50 +8,35 @@
 
 #include <array>
 #include <cstring>
+#include <tuple>
 
 namespace korvath::test {
 namespace {
 
-class EngineVector : public ::testing::Test {
-protected:
-    HostFixture host;
-};
-
-TEST_F(EngineVector, LayoutFollowsEngineVersion) {
-    struct Row {
-        int32_t major, minor;
-        bool doubles;
-    };
-    for (const Row row : {Row{4, 27, false}, Row{4, 99, false}, Row{3, 5, false}, Row{5, 0, true},
-                          Row{5, 1, true}, Row{6, 0, true}}) {
-        SCOPED_TRACE(testing::Message() << row.major << "." << row.minor);
-        standin::engine().set_version(row.major, row.minor);
-        EXPECT_EQ(engine_uses_double_vectors(), row.doubles);
-
-        const auto vector = make_engine_vector(1.5, -2.25, 100.0);
-        unsigned char expected[24]{};
-        if (row.doubles) {
-            const double parts[3] = {1.5, -2.25, 100.0};
-            std::memcpy(expected, parts, sizeof parts);
-        } else {
-            const float parts[3] = {1.5f, -2.25f, 100.0f};
-            std::memcpy(expected, parts, sizeof parts);
-        }
-        EXPECT_EQ(std::memcmp(vector.Bytes, expected, sizeof expected), 0);
-        EXPECT_EQ(read_engine_vector(vector), (std::array<double, 3>{1.5, -2.25, 100.0}));
+TEST(EngineVector, FloatsBeforeEngineFiveAndDoublesFromItOn) {
+    const HostFixture host;
+    for (const auto& [major, minor, doubles] :
+         {std::tuple{4, 27, false}, std::tuple{4, 99, false}, std::tuple{3, 5, false}, std::tuple{5, 0, true},
+          std::tuple{5, 1, true}, std::tuple{6, 0, true}}) {
+        standin::engine().set_version(major, minor);
+        EXPECT_EQ(engine_uses_double_vectors(), doubles) << major << "." << minor;
     }
-}
 
-TEST_F(EngineVector, FloatLayoutRoundsToNearestFloatAndDoubleLayoutKeepsTheDouble) {
+    // The float layout: three floats, each rounded to nearest, and zero bytes after them.
     standin::engine().set_version(4, 27);
-    const auto narrow = read_engine_vector(make_engine_vector(0.1, 16777217.0, -1e-3));
-    EXPECT_EQ(narrow,
-              (std::array<double, 3>{static_cast<double>(0.1f), 16777216.0, static_cast<double>(-1e-3f)}));
-    EXPECT_NE(narrow[0], 0.1);
+    const auto narrow = make_engine_vector(0.1, 16777217.0, -1e-3);
+    const float parts[3] = {0.1f, 16777216.0f, -1e-3f};
+    unsigned char bytes[24]{};
+    std::memcpy(bytes, parts, sizeof parts);
+    EXPECT_EQ(std::memcmp(narrow.Bytes, bytes, sizeof bytes), 0);
+    EXPECT_EQ(read_engine_vector(narrow),
+              (std::array{static_cast<double>(0.1f), 16777216.0, static_cast<double>(-1e-3f)}));
 
     standin::engine().set_version(5, 0);
-    EXPECT_EQ(read_engine_vector(make_engine_vector(0.1, 16777217.0, -1e-3)),
-              (std::array<double, 3>{0.1, 16777217.0, -1e-3}));
+    const auto wide = make_engine_vector(0.1, 16777217.0, -1e-3);
+    const double wideParts[3] = {0.1, 16777217.0, -1e-3};
+    EXPECT_EQ(std::memcmp(wide.Bytes, wideParts, sizeof wideParts), 0);
+    EXPECT_EQ(read_engine_vector(wide), (std::array{0.1, 16777217.0, -1e-3}));
 }
 
 } // namespace

@@ -6,21 +6,15 @@
 namespace korvath::test {
 namespace {
 
-const std::wstring kErrorLine =
-    L"[KorvathOnlineCpp] Phase 5G failed; see cpp_phase5g_error.txt for details.\n";
-
 using ErrorReport = ActionTest;
 
 TEST_F(ErrorReport, FileHoldsTheLatestMessageWithOneLineFeedAdded) {
-    struct Row {
-        const char* message;
-        const char* file;
-    };
-    for (const Row row :
-         {Row{"", "\n"}, Row{"UWorld::SpawnActor returned null.", "UWorld::SpawnActor returned null.\n"},
-          Row{"ends in a line feed\n", "ends in a line feed\n\n"}}) {
-        write_error_report(row.message);
-        EXPECT_EQ(exchange_file("cpp_phase5g_error.txt"), row.file);
+    for (const auto& [message, file] :
+         {std::pair{"", "\n"},
+          std::pair{"UWorld::SpawnActor returned null.", "UWorld::SpawnActor returned null.\n"},
+          std::pair{"ends in a line feed\n", "ends in a line feed\n\n"}}) {
+        write_error_report(message);
+        EXPECT_EQ(exchange_file("cpp_phase5g_error.txt"), file);
     }
     EXPECT_TRUE(testFailed.load());
 
@@ -37,7 +31,6 @@ TEST_F(ErrorReport, UnwritableFileStillSetsTestFailedAndLogs) {
     const fs::path blocker = scratch_dir("error-report") / "not-a-directory";
     write_file(blocker, "x");
     exchangeDirectory = blocker / "KorvathOnline";
-
     write_error_report("The active player controller returned a null world.");
     EXPECT_TRUE(testFailed.load());
     EXPECT_EQ(console_lines(), std::vector<std::wstring>{kErrorLine});

@@ -26,26 +26,14 @@ protected:
     }
 };
 
+// The status report tests hold 0, -0.25, 0.35, 1234.57, 1.23457e+06 and 6.99382e-05.
 TEST(ReportNumber, FormatsAsPrintfShortestGeneralWithSixDigits) {
-    const struct {
-        float value;
-        const char* text;
-    } cases[] = {
-        {0.0f, "0"},
-        {-0.25f, "-0.25"},
-        {1234.5678f, "1234.57"},
-        {1234567.0f, "1.23457e+06"},
-        {0.0000699382f, "6.99382e-05"},
-        {0.0001f, "0.0001"},
-        {999999.0f, "999999"},
-        {9999995.0f, "1e+07"},
-        {100.5f, "100.5"},
-        {-20.0f, "-20"},
-        {3.4e38f, "3.4e+38"},
-        {1e-30f, "1e-30"},
+    const std::pair<float, const char*> cases[] = {
+        {0.0001f, "0.0001"}, {999999.0f, "999999"}, {9999995.0f, "1e+07"}, {100.5f, "100.5"},
+        {-20.0f, "-20"},     {3.4e38f, "3.4e+38"},  {1e-30f, "1e-30"},
     };
-    for (const auto& c : cases)
-        EXPECT_EQ(format_report_number(static_cast<double>(c.value)), c.text) << c.text;
+    for (const auto& [value, text] : cases)
+        EXPECT_EQ(format_report_number(static_cast<double>(value)), text);
 }
 
 TEST(ReportNumber, KeepsTheFullStopUnderADecimalCommaLocale) {
@@ -59,38 +47,18 @@ TEST(ReportNumber, KeepsTheFullStopUnderADecimalCommaLocale) {
 }
 
 TEST_F(StatusReport, FreshProcessReportsClearedState) {
-    EXPECT_EQ(report(), "phase=5G\n"
-                        "sessionEnabled=0\n"
-                        "proxyActive=0\n"
-                        "proxyEverSpawned=0\n"
-                        "proxyDestroyed=0\n"
-                        "remoteFileFresh=0\n"
-                        "movementUpdates=0\n"
-                        "lastMoveReturned=0\n"
-                        "testFailed=0\n"
-                        "clientRole=CLIENT_A\n"
-                        "clientBSpawnAdjusted=0\n"
-                        "clientBSpawnAdjustFailed=0\n"
-                        "remotePlayerId=\n"
-                        "remoteDisplayName=\n"
-                        "remoteMap=\n"
-                        "targetX=0\n"
-                        "targetY=0\n"
-                        "targetZ=0\n"
-                        "targetYaw=0\n"
-                        "appliedX=0\n"
-                        "appliedY=0\n"
-                        "appliedZ=0\n"
-                        "appliedYaw=0\n"
-                        "collisionDisabled=1\n"
-                        "tickDisabled=1\n"
-                        "controllerCreationRequested=0\n"
+    EXPECT_EQ(report(), "phase=5G\nsessionEnabled=0\nproxyActive=0\nproxyEverSpawned=0\nproxyDestroyed=0\n"
+                        "remoteFileFresh=0\nmovementUpdates=0\nlastMoveReturned=0\ntestFailed=0\n"
+                        "clientRole=CLIENT_A\nclientBSpawnAdjusted=0\nclientBSpawnAdjustFailed=0\n"
+                        "remotePlayerId=\nremoteDisplayName=\nremoteMap=\n"
+                        "targetX=0\ntargetY=0\ntargetZ=0\ntargetYaw=0\nappliedX=0\nappliedY=0\nappliedZ=0\n"
+                        "appliedYaw=0\ncollisionDisabled=1\ntickDisabled=1\ncontrollerCreationRequested=0\n"
                         "smoothingAlpha=0.35\n");
 }
 
 TEST_F(StatusReport, ShowsTheLastRemoteRowTheAppliedPoseAndEveryFlag) {
-    write_file(exchange_dir() / "remote_players.tsv", "p-7\tKestren of the North\t1234.5678\t1234567\t-0.25\t"
-                                                      "0.0000699382\tMap_North\n");
+    write_file(exchange_dir() / "remote_players.tsv",
+               "p-7\tKestren of the North\t1234.5678\t1234567\t-0.25\t0.0000699382\tMap_North\n");
     RemotePlayerState row;
     ASSERT_TRUE(read_remote_players(row));
     {
@@ -103,32 +71,13 @@ TEST_F(StatusReport, ShowsTheLastRemoteRowTheAppliedPoseAndEveryFlag) {
         flag->exchange(true);
     movementUpdates.exchange(10'000'000);
 
-    EXPECT_EQ(report(), "phase=5G\n"
-                        "sessionEnabled=1\n"
-                        "proxyActive=1\n"
-                        "proxyEverSpawned=1\n"
-                        "proxyDestroyed=0\n"
-                        "remoteFileFresh=1\n"
-                        "movementUpdates=10000000\n"
-                        "lastMoveReturned=0\n"
-                        "testFailed=1\n"
-                        "clientRole=CLIENT_B\n"
-                        "clientBSpawnAdjusted=0\n"
-                        "clientBSpawnAdjustFailed=1\n"
-                        "remotePlayerId=p-7\n"
-                        "remoteDisplayName=Kestren of the North\n"
-                        "remoteMap=Map_North\n"
-                        "targetX=1234.57\n"
-                        "targetY=1.23457e+06\n"
-                        "targetZ=-0.25\n"
-                        "targetYaw=6.99382e-05\n"
-                        "appliedX=1234.57\n"
-                        "appliedY=1.23457e+06\n"
-                        "appliedZ=6.99382e-05\n"
-                        "appliedYaw=0\n"
-                        "collisionDisabled=1\n"
-                        "tickDisabled=1\n"
-                        "controllerCreationRequested=0\n"
+    EXPECT_EQ(report(), "phase=5G\nsessionEnabled=1\nproxyActive=1\nproxyEverSpawned=1\nproxyDestroyed=0\n"
+                        "remoteFileFresh=1\nmovementUpdates=10000000\nlastMoveReturned=0\ntestFailed=1\n"
+                        "clientRole=CLIENT_B\nclientBSpawnAdjusted=0\nclientBSpawnAdjustFailed=1\n"
+                        "remotePlayerId=p-7\nremoteDisplayName=Kestren of the North\nremoteMap=Map_North\n"
+                        "targetX=1234.57\ntargetY=1.23457e+06\ntargetZ=-0.25\ntargetYaw=6.99382e-05\n"
+                        "appliedX=1234.57\nappliedY=1.23457e+06\nappliedZ=6.99382e-05\nappliedYaw=0\n"
+                        "collisionDisabled=1\ntickDisabled=1\ncontrollerCreationRequested=0\n"
                         "smoothingAlpha=0.35\n");
 
     // The remaining flags flip their own lines only; the role line follows clientRole.

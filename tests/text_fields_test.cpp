@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -12,84 +13,48 @@ namespace korvath::test {
 namespace {
 
 using Fields = std::vector<std::string>;
+using namespace std::string_literals;
 
 TEST(TextFields, SplitsOnSingleTabsWithoutTrailingEmptyField) {
-    const struct {
-        std::string line;
-        Fields fields;
-    } cases[] = {
-        {"", {}},
-        {"whole line", {"whole line"}},
-        {"a\tb", {"a", "b"}},
-        {"a\t\tb", {"a", "", "b"}},
-        {"a\tb\t", {"a", "b"}},
-        {"\t", {""}},
-        {"\t\t", {"", ""}},
-        {"\ta", {"", "a"}},
-        {"a b\r", {"a b\r"}},
-        {std::string("n\0ul\tx", 6), {std::string("n\0ul", 4), "x"}},
-    };
-    for (const auto& c : cases) {
-        EXPECT_EQ(split_tab_fields(c.line), c.fields) << testing::PrintToString(c.line);
+    const std::pair<std::string, Fields> cases[] = {{"", {}},
+                                                    {"whole line", {"whole line"}},
+                                                    {"a\t\tb", {"a", "", "b"}},
+                                                    {"a\tb\t", {"a", "b"}},
+                                                    {"\t", {""}},
+                                                    {"\t\t", {"", ""}},
+                                                    {"\ta", {"", "a"}},
+                                                    {"a b\r", {"a b\r"}},
+                                                    {"n\0ul\tx"s, {"n\0ul"s, "x"}}};
+    for (const auto& [line, fields] : cases) {
+        EXPECT_EQ(split_tab_fields(line), fields) << testing::PrintToString(line);
         // The copy-free split agrees on every field it has room for, and on the count.
         std::array<std::string_view, 2> views;
-        const std::size_t count = split_tab_field_views(c.line, views);
-        ASSERT_EQ(count, std::min(c.fields.size(), views.size())) << testing::PrintToString(c.line);
+        const std::size_t count = split_tab_field_views(line, views);
+        ASSERT_EQ(count, std::min(fields.size(), views.size())) << testing::PrintToString(line);
         for (std::size_t i = 0; i < count; ++i)
-            EXPECT_EQ(views[i], c.fields[i]);
+            EXPECT_EQ(views[i], fields[i]);
     }
 }
 
 TEST(TextFields, AcceptsWholeFiniteNumbersOnly) {
-    const struct {
-        std::string text;
-        bool ok;
-        float value;
-    } cases[] = {
-        {"100.5", true, 100.5f},
-        {"-20", true, -20.0f},
-        {"+2", true, 2.0f},
-        {" 1.5", true, 1.5f},
-        {"\t1.5", true, 1.5f},
-        {"0x10", true, 16.0f},
-        {"1e3", true, 1000.0f},
-        {"3.4e38", true, 3.4e38f},
-        {"-0", true, -0.0f},
-        {"1.5 ", false, 0},
-        {"1.5\r", false, 0},
-        {"1,5", false, 0},
-        {"", false, 0},
-        {" ", false, 0},
-        {"-", false, 0},
-        {".", false, 0},
-        {"1e", false, 0},
-        {"12cm", false, 0},
-        {"nan", false, 0},
-        {"-nan", false, 0},
-        {"inf", false, 0},
-        {"-Infinity", false, 0},
-        {"1e39", false, 0},
-        {"-1e39", false, 0},
-        {"\xEF\xBB\xBF"
-         "1",
-         false, 0},
-        {std::string("1\0"
-                     "5",
-                     3),
-         false, 0},
-        {std::string(70, '0') + "1.25", true, 1.25f}, // longer than the inline copy
-        {std::string(70, '0') + "1.25x", false, 0},
-    };
-    for (const auto& c : cases) {
+    const auto check = [](const std::string& text, std::optional<float> expected) {
         float fromString = -1;
         float fromView = -1;
-        EXPECT_EQ(parse_float_field(c.text, fromString), c.ok) << testing::PrintToString(c.text);
-        EXPECT_EQ(parse_float_text(c.text, fromView), c.ok) << testing::PrintToString(c.text);
-        if (c.ok) {
-            EXPECT_EQ(fromString, c.value) << testing::PrintToString(c.text);
-            EXPECT_EQ(fromView, c.value) << testing::PrintToString(c.text);
-        }
-    }
+        EXPECT_EQ(parse_float_field(text, fromString), expected.has_value()) << testing::PrintToString(text);
+        EXPECT_EQ(parse_float_text(text, fromView), expected.has_value()) << testing::PrintToString(text);
+        EXPECT_TRUE(!expected || (fromString == *expected && fromView == *expected)) << text;
+    };
+    const std::string longZeros(70, '0'); // longer than the inline copy
+    const std::pair<const char*, float> accepted[] = {{"100.5", 100.5f}, {"+2", 2.0f},       {" 1.5", 1.5f},
+                                                      {"\t1.5", 1.5f},   {"0x10", 16.0f},    {"1e3", 1000.0f},
+                                                      {"-0", -0.0f},     {"3.4e38", 3.4e38f}};
+    for (const auto& [text, value] : accepted)
+        check(text, value);
+    check(longZeros + "1.25", 1.25f);
+    for (const std::string& text :
+         {"1.5 "s, "1.5\r"s, "1,5"s, ""s, " "s, "-"s, "1e"s, "12cm"s, "nan"s, "-nan"s, "inf"s, "-Infinity"s,
+          "1e39"s, "-1e39"s, "\xEF\xBB\xBF"s + "1", "1\0005"s, longZeros + "1.25x"})
+        check(text, std::nullopt);
 }
 
 } // namespace

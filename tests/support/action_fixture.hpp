@@ -9,29 +9,29 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <string>
 #include <vector>
 
 namespace korvath::test {
 
 inline constexpr standin::Pose kPawnPose{100.0, 200.0, 300.0, 0.0, 0.0, 0.0};
+inline const std::wstring kErrorLine =
+    L"[KorvathOnlineCpp] Phase 5G failed; see cpp_phase5g_error.txt for details.\n";
 
 class ActionTest : public ::testing::Test {
 protected:
-    ActionTest() {
+    ActionTest()
+        : game(standin::engine().populate_game_world(kPawnPose)) {
         exchangeDirectory = exchange_dir();
-        fs::create_directories(exchange_dir());
-        game = standin::engine().populate_game_world(kPawnPose);
     }
 
-    static auto report_remote(float x, float y, float z, float yaw, bool valid = true) -> void {
+    static auto report_remote(float x, bool valid = true) -> void {
         std::lock_guard lock(remoteStateMutex);
-        remotePlayerSnapshot = RemotePlayerState{"p2", "KESTREN CLIENT B", "Map_A", x, y, z, yaw, valid};
+        remotePlayerSnapshot = RemotePlayerState{"p2", "KESTREN CLIENT B", "Map_A", x, 20, 30, 40, valid};
     }
-    static auto applied() -> RemotePlayerState {
+    static auto applied_x() -> float {
         std::lock_guard lock(remoteStateMutex);
-        return appliedProxyState;
+        return appliedProxyState.x;
     }
     // Content of an exchange file, or "<missing>".
     static auto exchange_file(const char* name) -> std::string {
