@@ -92,11 +92,15 @@ auto spawn_proxy(const RemotePlayerState& snapshot) -> void {
             write_error_report("UWorld::SpawnActor returned null.");
             return;
         }
+        // The controls go through ProcessEvent: a DestroyProxy run inside one of them has already
+        // removed this proxy and recorded it, so the rest must not touch it or mark it active.
         actor->SetActorHiddenInGame(false);
+        if (proxyActor != actor)
+            return;
         actor->SetActorEnableCollision(false);
+        if (proxyActor != actor)
+            return;
         actor->SetActorTickEnabled(false);
-        // A DestroyProxy run inside one of the controls (they go through ProcessEvent) has already
-        // removed this proxy and recorded it; it must not be marked active.
         if (proxyActor != actor)
             return;
 
@@ -144,6 +148,11 @@ auto move_proxy(AActor* actor, const RemotePlayerState& snapshot) -> void {
 } // namespace
 
 auto sync_proxy() -> void {
+    // Spawning runs the new actor's events through ProcessEvent; a SyncProxy taken in there must not
+    // spawn a second proxy, nor move this one before its spawn pose is recorded.
+    static bool spawning = false;
+    if (spawning)
+        return;
     const RemotePlayerState snapshot = copy_snapshot();
     if (!snapshot.valid)
         return;
@@ -154,6 +163,12 @@ auto sync_proxy() -> void {
         }
         forget_vanished_proxy();
     }
+    struct Spawning {
+        Spawning() { spawning = true; }
+        ~Spawning() { spawning = false; }
+        Spawning(const Spawning&) = delete;
+        Spawning& operator=(const Spawning&) = delete;
+    } const mark; // cleared however spawn_proxy ends, exceptions included
     spawn_proxy(snapshot);
 }
 

@@ -6,8 +6,15 @@
 namespace korvath {
 
 namespace {
+
 constexpr int64_t kFileTimeUnitsPerSecond = 10'000'000;
+
+// Fresh when the last write lies at most maxAgeSeconds back; a time in the future counts as fresh.
+auto is_fresh(int64_t lastWrite, int64_t maxAgeSeconds, int64_t now) -> bool {
+    return now - lastWrite <= maxAgeSeconds * kFileTimeUnitsPerSecond;
 }
+
+} // namespace
 
 auto delete_exchange_file(std::wstring_view name) noexcept -> void {
     try {
@@ -18,7 +25,7 @@ auto delete_exchange_file(std::wstring_view name) noexcept -> void {
 }
 
 auto exchange_file_exists(std::wstring_view name) noexcept -> bool {
-    return platform::exists_in_directory(exchangeDirectory, name);
+    return platform::last_write_file_time_in(exchangeDirectory, name).has_value();
 }
 
 auto is_file_fresh(const std::filesystem::path& path, int64_t maxAgeSeconds) noexcept -> bool {
@@ -28,10 +35,12 @@ auto is_file_fresh(const std::filesystem::path& path, int64_t maxAgeSeconds) noe
 auto is_file_fresh_at(const std::filesystem::path& path, int64_t maxAgeSeconds, int64_t nowFileTime) noexcept
     -> bool {
     const auto lastWrite = platform::last_write_file_time(path);
-    if (!lastWrite)
-        return false;
-    const int64_t age = nowFileTime - *lastWrite;
-    return age <= maxAgeSeconds * kFileTimeUnitsPerSecond;
+    return lastWrite && is_fresh(*lastWrite, maxAgeSeconds, nowFileTime);
+}
+
+auto is_exchange_file_fresh(std::wstring_view name, int64_t maxAgeSeconds) noexcept -> bool {
+    const auto lastWrite = platform::last_write_file_time_in(exchangeDirectory, name);
+    return lastWrite && is_fresh(*lastWrite, maxAgeSeconds, platform::system_file_time_now());
 }
 
 } // namespace korvath

@@ -18,6 +18,9 @@ auto exchange_file_exists(std::wstring_view name) noexcept -> bool;
 // system clock; false when it is missing or its time cannot be read.
 auto is_file_fresh(const std::filesystem::path& path, int64_t maxAgeSeconds) noexcept -> bool;
 
+// is_file_fresh of exchange_path(name), without building the path (it runs on every update tick).
+auto is_exchange_file_fresh(std::wstring_view name, int64_t maxAgeSeconds) noexcept -> bool;
+
 // is_file_fresh against a given current time on the file-time scale (100 ns since 1601).
 auto is_file_fresh_at(const std::filesystem::path& path, int64_t maxAgeSeconds, int64_t nowFileTime) noexcept
     -> bool;

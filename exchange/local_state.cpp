@@ -21,11 +21,7 @@ constexpr std::size_t kFields = 5;
 } // namespace
 
 auto is_local_state_fresh() -> bool {
-    try {
-        return is_file_fresh(exchange_path(kLocalStateFile), kMaxAgeSeconds);
-    } catch (...) {
-        return false;
-    }
+    return is_exchange_file_fresh(kLocalStateFile, kMaxAgeSeconds);
 }
 
 auto read_local_state(LocalPlayerState& out) -> bool {

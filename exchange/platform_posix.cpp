@@ -34,13 +34,14 @@ auto replace_file(const std::filesystem::path& from, const std::filesystem::path
     return std::rename(from.c_str(), to.c_str()) == 0;
 }
 
-auto exists_in_directory(const std::filesystem::path& directory, std::wstring_view name) noexcept -> bool {
+auto last_write_file_time_in(const std::filesystem::path& directory, std::wstring_view name) noexcept
+    -> std::optional<int64_t> {
     const std::string& dir = directory.native();
     char buffer[kPathBufferSize];
     std::size_t length = dir.size();
     const bool needsSeparator = !dir.empty() && dir.back() != '/';
     if (length + (needsSeparator ? 1 : 0) + name.size() + 1 > sizeof buffer)
-        return false;
+        return std::nullopt;
     std::copy(dir.begin(), dir.end(), buffer);
     if (needsSeparator)
         buffer[length++] = '/';
@@ -48,17 +49,18 @@ auto exists_in_directory(const std::filesystem::path& directory, std::wstring_vi
         if (static_cast<uint32_t>(c) >= 0x80 || c == 0) {
             // Outside ASCII the path's own conversion is needed; it may allocate.
             try {
-                std::error_code error;
-                return std::filesystem::exists(directory / std::filesystem::path(name), error) && !error;
+                return last_write_file_time(directory / std::filesystem::path(name));
             } catch (...) {
-                return false;
+                return std::nullopt;
             }
         }
         buffer[length++] = static_cast<char>(c);
     }
     buffer[length] = '\0';
     struct stat info {};
-    return stat(buffer, &info) == 0;
+    if (stat(buffer, &info) != 0)
+        return std::nullopt;
+    return to_file_time(info.st_mtim);
 }
 
 auto last_write_file_time(const std::filesystem::path& path) -> std::optional<int64_t> {

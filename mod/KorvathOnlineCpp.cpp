@@ -46,14 +46,14 @@ KorvathOnlineCpp::KorvathOnlineCpp() {
 }
 
 KorvathOnlineCpp::~KorvathOnlineCpp() {
-    const bool active = proxyActive.load();
-    write_text_file_atomically(exchange_path(L"cpp_mod_unloaded.txt"),
-                               active ? "KorvathOnlineCpp Phase 5G unloaded while the proxy was active.\n"
-                                      : "KorvathOnlineCpp Phase 5G unloaded with no active proxy.\n");
+    // A destructor must not throw: out of memory or a failing console device only loses the notice.
     try {
+        const bool active = proxyActive.load();
+        write_text_file_atomically(exchange_path(L"cpp_mod_unloaded.txt"),
+                                   active ? "KorvathOnlineCpp Phase 5G unloaded while the proxy was active.\n"
+                                          : "KorvathOnlineCpp Phase 5G unloaded with no active proxy.\n");
         log_to_console(L"[KorvathOnlineCpp] Phase 5G DLL unloaded.\n");
     } catch (...) {
-        // A destructor must not throw; the report above already records the unload.
     }
 }
 

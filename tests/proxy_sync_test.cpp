@@ -3,6 +3,7 @@
 #include "actions/proxy_destroy.hpp"
 #include "actions/proxy_smoothing.hpp"
 #include "actions/proxy_sync.hpp"
+#include "mod/game_thread_dispatch.hpp"
 #include "support/action_fixture.hpp"
 
 #include <array>
@@ -204,20 +205,43 @@ TEST_F(ProxySync, ProxyOfATornDownWorldIsNeverMovedAgain) {
     EXPECT_EQ(exchange_file("cpp_phase5g_error.txt"), std::string(kNotFound) + "\n");
 }
 
-TEST_F(ProxySync, DestroyRunInsideTheControlsIsNotUndone) {
-    standin::engine().register_pre_callback([](auto*, auto*, void*) {
-        if (take_game_thread_command() == GameThreadCommand::DestroyProxy)
-            destroy_proxy("kill-switch");
+// Runs `command` through the dispatch, nested, the first time ProcessEvent is entered right after the
+// engine call `after` (as a command posted meanwhile would be in the game).
+auto nest_command_after(std::string after, GameThreadCommand command) -> void {
+    standin::engine().register_pre_callback([after, command, fired = false](auto*, auto*, void*) mutable {
+        const auto journal = standin::engine().journal();
+        if (fired || journal.empty() || journal.back() != after)
+            return;
+        fired = true;
+        post_game_thread_command(command);
+        on_game_thread_process_event(nullptr, nullptr, nullptr);
     });
-    post_game_thread_command(GameThreadCommand::DestroyProxy);
+}
+
+TEST_F(ProxySync, DestroyRunInsideTheControlsIsNotUndone) {
+    nest_command_after("SetActorHiddenInGame(0)", GameThreadCommand::DestroyProxy);
+    killSwitchEngaged.store(true);
     report_remote(10.0f);
     sync_proxy();
 
     EXPECT_TRUE(proxyActor == nullptr && !proxyActive && proxyDestroyed);
     EXPECT_FALSE(standin::engine().inspect(standin::engine().spawned_actors().at(0)).alive);
+    const auto journal = standin::engine().journal();
+    EXPECT_EQ(std::count(journal.begin(), journal.end(), "SetActorEnableCollision(0)"), 0);
     EXPECT_EQ(exchange_file("cpp_phase5g_spawn.txt"), "<missing>");
     EXPECT_NE(exchange_file("cpp_phase5g_destroy.txt").find("destroyReason=kill-switch\n"),
               std::string::npos);
+}
+
+TEST_F(ProxySync, SyncRunInsideTheSpawnMakesNoSecondProxy) {
+    nest_command_after("SpawnActor", GameThreadCommand::SyncProxy);
+    report_remote(10.0f);
+    sync_proxy();
+
+    EXPECT_EQ(standin::engine().spawned_actors().size(), 1u);
+    EXPECT_TRUE(proxyActive);
+    EXPECT_EQ(standin::engine().calls(Op::Move), 0u);
+    EXPECT_EQ(applied_x(), 10.0f);
 }
 
 } // namespace

@@ -318,8 +318,12 @@ auto Engine::spawn(UWorld* world, UClass* cls, const RC::Unreal::FVector* locati
     AActor* actor = add_actor(
         world, cls,
         (cls ? cls->GetName() : std::wstring(L"Actor")) + L"_" + std::to_wstring(2147480000 + serial), pose);
-    std::lock_guard lock(m_mutex);
-    actor->m_spawned = true;
+    {
+        std::lock_guard lock(m_mutex);
+        actor->m_spawned = true;
+    }
+    // The new actor's construction and BeginPlay events run through ProcessEvent before SpawnActor returns.
+    process_event(actor);
     return actor;
 }
 
