@@ -1,5 +1,7 @@
 #include "host/console.hpp"
 
+#include <fmt/xchar.h>
+
 #include <stdexcept>
 
 namespace korvath {
@@ -34,10 +36,11 @@ auto log_to_console(std::wstring_view line, int32_t level) -> void {
     send_to_devices(level, [line] { return line; });
 }
 
-auto log_to_console(fmt::wformat_string<std::wstring_view> format, std::wstring_view argument) -> void {
+auto log_to_console(std::wstring_view format, std::wstring_view argument) -> void {
     std::wstring formatted;
     send_to_devices(RC::LogLevel::Default, [&]() -> std::wstring_view {
-        formatted = fmt::vformat(fmt::wstring_view(format), fmt::make_wformat_args(argument));
+        formatted =
+            fmt::vformat(fmt::wstring_view(format.data(), format.size()), fmt::make_wformat_args(argument));
         return formatted;
     });
 }

@@ -3,8 +3,6 @@
 
 #include "DynamicOutput/Output.hpp"
 
-#include <fmt/xchar.h>
-
 #include <string>
 #include <string_view>
 
@@ -15,7 +13,7 @@ namespace korvath {
 // sending throws std::runtime_error, as the host's own Output::send does.
 auto log_to_console(std::wstring_view line, int32_t level = RC::LogLevel::Default) -> void;
 
-// Formats `format` with one wide argument ("{}") once per device, then sends it as above.
-auto log_to_console(fmt::wformat_string<std::wstring_view> format, std::wstring_view argument) -> void;
+// Formats `format` with one wide argument ("{}", {fmt} syntax) once per device, then sends it as above.
+auto log_to_console(std::wstring_view format, std::wstring_view argument) -> void;
 
 } // namespace korvath

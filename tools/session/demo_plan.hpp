@@ -22,7 +22,7 @@ struct DemoPlan {
     double walkSpeed = 300.0;       // engine units per second
     int relayHz = 20;               // also the rate at which the demo looks at the files
 
-    std::chrono::milliseconds follow{8'000}; // how long both proxies are watched following
+    std::chrono::milliseconds follow{6'000}; // how long both proxies are watched following
 
     // Longest wait of each phase, from its start.
     std::chrono::milliseconds startLimit{10'000};     // both engines ready
