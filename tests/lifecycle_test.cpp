@@ -94,14 +94,6 @@ TEST_F(Lifecycle, UnwritableExchangeDirectoryLosesOnlyTheReports) {
     EXPECT_TRUE(fs::exists(exchange_dir() / "cpp_mod_unloaded.txt"));
 }
 
-TEST_F(Lifecycle, EmptyDeviceListSendsNothingAndStartStillWorks) {
-    RC::Output::DefaultTargets::get_default_devices_ref().clear();
-    auto mod = load_mod_copy(KORVATH_MOD_LIBRARY);
-    RC::CppUserModBase* object = mod.start();
-    EXPECT_TRUE(fs::exists(exchange_dir() / "cpp_mod_loaded.txt"));
-    mod.uninstall(object);
-}
-
 TEST(LibraryExports, OnlyTheTwoEntryPointsAreExported) {
     for (const char* library : {KORVATH_MOD_LIBRARY, KORVATH_DRIVEN_MOD_LIBRARY}) {
         const std::string command = std::string("nm -D --defined-only ") + library;

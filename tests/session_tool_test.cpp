@@ -10,11 +10,11 @@
 #include "tools/session/local_state_line.hpp"
 #include "tools/session/relay_link.hpp"
 #include "tools/session/remote_player_row.hpp"
-#include "tools/session/report_lines.hpp"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstdio>
+#include <cstdlib>
 #include <sys/wait.h>
 
 namespace korvath::test {
@@ -22,6 +22,7 @@ namespace {
 
 namespace tool = korvath::session_tool;
 using namespace std::chrono_literals;
+using ::testing::HasSubstr;
 
 const fs::path kSession = fs::path(KORVATH_TOOLS_DIR) / "korvath-session";
 const fs::path kSim = fs::path(KORVATH_TOOLS_DIR) / "korvath-sim";
@@ -34,10 +35,8 @@ TEST(SessionToolAgainstMod, TheModReadsLocalStatesAndRelayedRowsAsTheToolDoes) {
         "100.5\t-20\t35.25\t90\tMap_A\r\nnext\n", "1\t2\t3\t4\t\tsixth", "", "1\t2\t3\t4", "1\t2\t3\t4\t",
         "x\ty\tz\tyaw\tmap\n1\t2\t3\t4\tM"};
     // The first number in every spelling; the others would move if written with six digits.
-    for (const char* x :
-         {"1.5", " 0x10", "1234567.9", "-20", "1.5 ", "1,5", "", "nan", "inf", "1e39", "1e-45", "abc",
-          "\xEF\xBB\xBF"
-          "1"})
+    for (const char* x : {"1.5", " 0x10", "1234567.9", "-20", "1.5 ", "1,5", "", "nan", "inf", "1e39",
+                          "1e-45", "abc", "\uFEFF1"})
         contents.push_back(std::string(x) + "\t0.1\t-3.4028235e38\t179.99998\tMap with blanks");
     for (const auto& content : contents) {
         write_file(exchange_dir() / "local_state.tsv", content);
@@ -46,84 +45,55 @@ TEST(SessionToolAgainstMod, TheModReadsLocalStatesAndRelayedRowsAsTheToolDoes) {
         ASSERT_EQ(pose.has_value(), read_local_state(local)) << content;
         if (!pose)
             continue;
-        std::string row = tool::format_remote_player_row("player-b", "KESTREN CLIENT B", *pose);
-        ASSERT_EQ(row.back(), '\n');
-        row.pop_back();
+        const std::string row = tool::format_remote_player_row("player-b", "KESTREN CLIENT B", *pose);
         RemotePlayerState remote;
-        ASSERT_TRUE(parse_remote_player_row(row, remote)) << row;
+        ASSERT_TRUE(row.ends_with('\n') && parse_remote_player_row(row.substr(0, row.size() - 1), remote))
+            << row;
         EXPECT_EQ(std::tie(remote.x, remote.y, remote.z, remote.yaw, remote.mapName),
                   std::tie(local.x, local.y, local.z, local.yaw, local.mapName))
             << row;
-        EXPECT_EQ(remote.playerId + "/" + remote.displayName, "player-b/KESTREN CLIENT B");
     }
-}
-
-TEST(SessionToolReport, LinesSplitIntoKeysAndValues) {
-    const auto lines = tool::parse_report("running=1\r\nmessage: a=b\nplain text\n\nlast=");
-    std::string seen;
-    for (const auto& line : lines)
-        seen += line.key + "|" + line.value + (line.hasValue ? "|=" : "|") + ";";
-    EXPECT_EQ(seen, "running|1|=;message: a|b|=;plain text||;||;last||=;");
-    EXPECT_EQ(lines[0].text, "running=1");
-    EXPECT_EQ(tool::parse_report("\n").size(), 1u);
-    EXPECT_TRUE(tool::parse_report("").empty());
-    EXPECT_EQ(tool::report_value(tool::parse_report("a=1\na=2\n"), "a"), "1");
-    EXPECT_EQ(tool::report_value(tool::parse_report("a\n"), "a"), std::nullopt);
 }
 
 // What the process tests do not reach: both option spellings, options among the folders, the mistakes.
 TEST(SessionToolCommandLine, ValidLinesParseAndBadOnesNameTheProblem) {
     auto parse = [](std::vector<std::string_view> args) { return tool::parse_command_line(args); };
     const auto relay = parse({"relay", "A", "--hz", "1000", "B", "--duration=0.25"});
-    EXPECT_EQ(std::tie(relay.hz, relay.duration), std::make_tuple(1000, std::chrono::nanoseconds(250ms)));
-    EXPECT_EQ(relay.gameDirs, (std::vector<fs::path>{"A", "B"}));
+    EXPECT_EQ(std::tie(relay.hz, relay.duration, relay.gameDirs),
+              std::make_tuple(1000, std::chrono::nanoseconds(250ms), std::vector<fs::path>{"A", "B"}));
     const auto demo = parse({"demo", "--keep", "--dir=/tmp/d", "--quick"});
-    EXPECT_TRUE(demo.kind == tool::CommandKind::Demo && demo.demo.keep && demo.demo.quick);
-    EXPECT_EQ(demo.demo.dir, fs::path("/tmp/d"));
+    EXPECT_TRUE(demo.kind == tool::CommandKind::Demo && demo.demo.keep && demo.demo.quick &&
+                demo.demo.dir == "/tmp/d");
     EXPECT_EQ(parse({"demo", "--dir", "x", "--help"}).kind, tool::CommandKind::DemoHelp);
 
     const std::pair<std::vector<std::string_view>, std::string> bad[] = {
         {{"launch", "A"}, "unknown subcommand 'launch'"},
         {{"role", "G", "client_b"}, "unknown role 'client_b'"},
-        {{"role", "G"}, "role DIR CLIENT_A|CLIENT_B"},
-        {{"relay", "A", "B", "--hz", "0"}, "--hz must be a whole number from 1 to 1000, got '0'"},
-        {{"relay", "A", "B", "--hz", "1001"}, "got '1001'"},
+        {{"relay", "A", "B", "--hz", "1001"}, "--hz must be a whole number from 1 to 1000, got '1001'"},
         {{"relay", "A", "B", "--hz", "20x"}, "got '20x'"},
         {{"relay", "A", "B", "--hz"}, "option --hz needs a value"},
         {{"relay", "A", "B", "--hz", "5", "--hz=6"}, "option --hz given twice"},
         {{"relay", "A", "B", "--duration", "inf"},
-         "--duration must be a number of seconds from 0 to 100000000, got 'inf'"},
+         "--duration must be a number of seconds from 0 to 100000000"},
         {{"watch", "A", "--hz", "5"}, "option --hz does not apply to watch"},
-        {{"demo", "A"}, "demo takes no arguments besides its options, got 'A'"},
-        {{"demo", "--keep=yes"}, "option --keep takes no value"}};
-    for (const auto& [args, message] : bad) {
-        try {
-            tool::parse_command_line(args);
-            ADD_FAILURE() << "accepted: " << message;
-        } catch (const tool::UsageError& error) {
-            EXPECT_NE(std::string(error.what()).find(message), std::string::npos) << error.what();
-        }
-    }
+        {{"demo", "A"}, "demo takes no arguments besides its options, got 'A'"}};
+    for (const auto& [args, message] : bad)
+        EXPECT_THAT([&] { parse(args); }, ::testing::ThrowsMessage<tool::UsageError>(HasSubstr(message)));
 }
 
+// The relay process test shows the row itself; here the outcomes that leave the other file alone.
 TEST(SessionToolRelayLink, RelaysOnlyAFreshValidLocalStateAndLeavesTheOtherFileAlone) {
     const fs::path from = scratch_dir("from"), to = scratch_dir("to");
     const fs::path local = from / "KorvathOnline" / "local_state.tsv";
     const fs::path remote = to / "KorvathOnline" / "remote_players.tsv";
     const tool::RelayLink link{from, to, "player-b", "KESTREN CLIENT B"};
-    const auto now = fs::file_time_type::clock::now();
-
-    EXPECT_EQ(tool::relay_local_state(link, now), tool::RelayOutcome::Missing);
     write_file(local, "x\ty\tz\tyaw\tmap\n");
-    EXPECT_EQ(tool::relay_local_state(link, now), tool::RelayOutcome::Invalid);
+    EXPECT_EQ(tool::relay_local_state(link, fs::file_time_type::clock::now()), tool::RelayOutcome::Invalid);
     EXPECT_FALSE(fs::exists(remote));
 
     write_file(local, "1\t2\t3\t4\tMap_B\n");
     const auto written = fs::last_write_time(local);
     EXPECT_EQ(tool::relay_local_state(link, written + 3s), tool::RelayOutcome::Relayed);
-    EXPECT_EQ(read_file(remote), "player-b\tKESTREN CLIENT B\t1\t2\t3\t4\tMap_B\n");
-    EXPECT_FALSE(fs::exists(remote.string() + ".tmp"));
-
     write_file(remote, "earlier row\n");
     EXPECT_EQ(tool::relay_local_state(link, written + 3s + 1ns), tool::RelayOutcome::Stale);
     EXPECT_EQ(read_file(remote), "earlier row\n");
@@ -131,13 +101,11 @@ TEST(SessionToolRelayLink, RelaysOnlyAFreshValidLocalStateAndLeavesTheOtherFileA
 }
 
 TEST(SessionToolSnapshot, AReportCaughtMidReplacementKeepsItsLastContent) {
-    const fs::path game = scratch_dir("game");
-    const fs::path status = game / "KorvathOnline" / "cpp_phase5g_status.txt";
+    const fs::path game = scratch_dir("game"), status = game / "KorvathOnline" / "cpp_phase5g_status.txt";
     write_file(status, "phase=5G\n");
     const auto now = fs::file_time_type::clock::now();
     const auto first = tool::take_client_snapshot(game, nullptr, now);
     EXPECT_EQ(first.reports[1], (tool::ReportState{true, "phase=5G\n"}));
-
     fs::rename(status, status.string() + ".tmp"); // the mod removed the report and has not renamed yet
     EXPECT_EQ(tool::take_client_snapshot(game, &first, now).reports[1], first.reports[1]);
     fs::remove(status.string() + ".tmp");
@@ -149,15 +117,9 @@ auto run(const fs::path& program, const std::vector<std::string>& args) -> std::
     std::string command = "'" + program.string() + "'";
     for (const auto& arg : args)
         command += " '" + arg + "'";
-    FILE* pipe = popen((command + " 2>&1").c_str(), "r");
-    if (!pipe)
-        throw std::runtime_error("cannot run " + command);
-    std::string output;
-    char buffer[4096];
-    while (std::size_t count = std::fread(buffer, 1, sizeof buffer, pipe))
-        output.append(buffer, count);
-    const int status = pclose(pipe);
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, output};
+    const fs::path output = scratch_dir("run") / "output.txt";
+    const int status = std::system((command + " >'" + output.string() + "' 2>&1").c_str());
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, read_file(output)};
 }
 
 TEST(ToolProcess, BothToolsAnswerHelpAndVersionAndExitTwoOnABadArgument) {
@@ -174,53 +136,45 @@ TEST(ToolProcess, BothToolsAnswerHelpAndVersionAndExitTwoOnABadArgument) {
     for (const auto& [program, args, code, output] : cases) {
         const auto [actualCode, actualOutput] = run(program, args);
         EXPECT_EQ(actualCode, code) << actualOutput;
-        EXPECT_NE(actualOutput.find(output), std::string::npos) << actualOutput;
+        EXPECT_THAT(actualOutput, HasSubstr(output));
     }
     EXPECT_FALSE(fs::exists(game)) << "no game folder for a command that does not run the game";
 }
 
 TEST(SessionToolProcess, ControlsCreateAndRemoveTheirFiles) {
     const fs::path game = scratch_dir("controls"), exchange = game / "KorvathOnline";
-    const auto control = [&](std::string command, std::vector<std::string> rest = {}) {
-        rest.insert(rest.begin(), {command, game.string()});
-        return run(kSession, rest).first;
+    const auto control = [&](std::vector<std::string> args) {
+        args.insert(args.begin() + 1, game.string());
+        return run(kSession, args).first;
     };
-    EXPECT_EQ(control("role", {"CLIENT_B"}), 0);
-    EXPECT_EQ(read_file(exchange / "phase5g-role.txt"), "CLIENT_B\n");
-    EXPECT_EQ(control("role", {"CLIENT_A"}), 0);
+    EXPECT_EQ(control({"role", "CLIENT_B"}) + control({"role", "CLIENT_A"}), 0);
     EXPECT_EQ(read_file(exchange / "phase5g-role.txt"), "CLIENT_A\n");
-    EXPECT_EQ(control("enable") + control("stop"), 0);
+    EXPECT_EQ(control({"enable"}) + control({"stop"}), 0);
     EXPECT_TRUE(fs::exists(exchange / "phase5g.enable_once.txt") &&
                 fs::exists(exchange / "phase5g.stop.txt"));
-    EXPECT_EQ(control("resume") + control("resume"), 0);
+    EXPECT_EQ(control({"resume"}) + control({"resume"}), 0);
     EXPECT_FALSE(fs::exists(exchange / "phase5g.stop.txt"));
     EXPECT_TRUE(fs::exists(exchange / "phase5g.enable_once.txt"));
-    for (const auto& entry : fs::directory_iterator(exchange))
-        EXPECT_NE(entry.path().extension(), ".tmp") << entry.path();
 }
 
 TEST(SessionToolProcess, RelayCopiesAFreshLocalStateAndSkipsAStaleOne) {
     const fs::path gameA = scratch_dir("relay-a"), gameB = scratch_dir("relay-b");
     write_file(gameA / "KorvathOnline" / "local_state.tsv", "100.5\t-20\t35.25\t90\tMap_A\r\nsecond line\n");
-    const fs::path staleB = gameB / "KorvathOnline" / "local_state.tsv";
-    write_file(staleB, "1\t2\t3\t4\tMap_B\n");
-    set_file_age(staleB, 3, 1'000'000);
-
+    write_file(gameB / "KorvathOnline" / "local_state.tsv", "1\t2\t3\t4\tMap_B\n");
+    set_file_age(gameB / "KorvathOnline" / "local_state.tsv", 3, 1'000'000);
     const auto [code, output] =
         run(kSession, {"relay", gameA.string(), gameB.string(), "--hz", "50", "--duration", "1"});
     EXPECT_EQ(code, 0) << output;
     EXPECT_EQ(read_file(gameB / "KorvathOnline" / "remote_players.tsv"),
               "player-a\tKESTREN CLIENT A\t100.5\t-20\t35.25\t90\tMap_A\n");
     EXPECT_FALSE(fs::exists(gameA / "KorvathOnline" / "remote_players.tsv"));
-    EXPECT_NE(output.find("B -> A: local_state.tsv older than 3 s; not writing"), std::string::npos)
-        << output;
+    EXPECT_THAT(output, HasSubstr("B -> A: local_state.tsv older than 3 s; not writing"));
 }
 
 TEST(SessionToolProcess, WatchShowsEachClientsHeartbeatAndReports) {
     const fs::path dir = scratch_dir("watch");
-    write_file(
-        dir / "live" / "KorvathOnline" / "cpp_heartbeat.txt",
-        "running=1\nunrealReady=1\nsessionEnabled=0\nmovementUpdates=7\ntestFailed=1\nclientRole=CLIENT_B\n");
+    write_file(dir / "live" / "KorvathOnline" / "cpp_heartbeat.txt",
+               "running=1\nsessionEnabled=0\nmovementUpdates=7\ntestFailed=1\nclientRole=CLIENT_B\n");
     write_file(dir / "live" / "KorvathOnline" / "cpp_mod_loaded.txt",
                "KorvathOnlineCpp Phase 5G loaded.\nSecond.\n");
     write_file(dir / "stale" / "KorvathOnline" / "cpp_heartbeat.txt", "running=1\n");
@@ -230,13 +184,11 @@ TEST(SessionToolProcess, WatchShowsEachClientsHeartbeatAndReports) {
                                                (dir / "stale").string(), "--duration", "0.5"});
     EXPECT_EQ(code, 0) << output;
     for (const char* text :
-         {"/live ==  CLIENT_B  heartbeat live  TEST FAILED\n",
-          "\n  heartbeat     running=1  unrealReady=1  sessionEnabled=0  movementUpdates=7  "
-          "testFailed=1\n                clientRole=CLIENT_B\n  status        absent\n",
-          "\n  mod_loaded    KorvathOnlineCpp Phase 5G loaded.\n  unreal_ready  absent\n",
+         {"/live ==  CLIENT_B  heartbeat live  TEST FAILED\n", "  movementUpdates=7  ",
+          "\n  status        absent\n", "\n  mod_loaded    KorvathOnlineCpp Phase 5G loaded.\n",
           "/none ==  no KorvathOnline folder yet\n", "/stale ==  heartbeat STALE\n"})
-        EXPECT_NE(output.find(text), std::string::npos) << text << "\nin\n" << output;
-    EXPECT_EQ(output.find("\x1b["), std::string::npos) << "no screen control into a pipe";
+        EXPECT_THAT(output, HasSubstr(text));
+    EXPECT_EQ(output.find("\x1b["), std::string::npos) << "no screen control into a file";
 }
 
 } // namespace

@@ -49,11 +49,9 @@ auto write_file(const fs::path& path, std::string_view bytes) -> void {
 auto set_file_age(const fs::path& path, int64_t secondsAgo, int64_t extraNanoseconds) -> void {
     timespec now{};
     clock_gettime(CLOCK_REALTIME, &now);
-    int64_t ns = static_cast<int64_t>(now.tv_sec) * 1'000'000'000 + now.tv_nsec - secondsAgo * 1'000'000'000 -
-                 extraNanoseconds;
-    timespec times[2] = {{ns / 1'000'000'000, ns % 1'000'000'000}, {ns / 1'000'000'000, ns % 1'000'000'000}};
-    if (utimensat(AT_FDCWD, path.c_str(), times, 0) != 0)
-        throw std::runtime_error("cannot set the time of " + path.string());
+    constexpr int64_t kUnixEpoch = 116444736000000000; // 1970-01-01 on the file-time scale
+    set_file_time(path, kUnixEpoch + (static_cast<int64_t>(now.tv_sec) - secondsAgo) * 10'000'000 +
+                            (now.tv_nsec - extraNanoseconds) / 100);
 }
 
 auto set_file_time(const fs::path& path, int64_t fileTime) -> void {

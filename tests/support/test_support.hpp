@@ -24,7 +24,7 @@ auto read_file(const fs::path& path) -> std::string;
 auto write_file(const fs::path& path, std::string_view bytes) -> void;
 
 // Sets a file's last-write time to `secondsAgo` seconds before now (negative: in the future),
-// plus `extraNanoseconds`.
+// plus `extraNanoseconds` (whole 100-ns units count).
 auto set_file_age(const fs::path& path, int64_t secondsAgo, int64_t extraNanoseconds = 0) -> void;
 // Sets the last-write time to an exact point on the file-time scale (100 ns since 1601).
 auto set_file_time(const fs::path& path, int64_t fileTime) -> void;
