@@ -58,7 +58,7 @@ auto take_client_snapshot(const fs::path& gameDir, const ClientSnapshot* previou
     const auto heartbeat =
         input_state(dir / kWatchedReports[kHeartbeatReport].fileName, now, kHeartbeatMaxAge);
     if (heartbeat == InputState::Absent && snapshot.reports[kHeartbeatReport].present && previous)
-        snapshot.heartbeatLive = previous->heartbeatLive; // caught between the mod's remove and rename
+        snapshot.heartbeatLive = previous->heartbeatLive; // caught while the mod replaces the file
     else
         snapshot.heartbeatLive = heartbeat == InputState::Fresh;
     return snapshot;

@@ -111,9 +111,10 @@ auto DemoRun::start_games() -> void {
 
 auto DemoRun::relay() -> void {
     const auto now = fs::file_time_type::clock::now();
+    const auto [aToB, bToA] = relay_links(m_a.files().gameDir, m_b.files().gameDir);
     if (m_relayToB)
-        relay_local_state({m_a.files().gameDir, m_b.files().gameDir, "player-a", "KESTREN CLIENT A"}, now);
-    relay_local_state({m_b.files().gameDir, m_a.files().gameDir, "player-b", "KESTREN CLIENT B"}, now);
+        relay_local_state(aToB, now);
+    relay_local_state(bToA, now);
 }
 
 auto DemoRun::fail(std::string reason) -> void {

@@ -8,10 +8,7 @@
 namespace korvath::session_tool {
 
 auto run_relay(const RelayOptions& options, std::ostream& log) -> int {
-    const std::array<RelayLink, 2> links{{
-        {options.gameDirA, options.gameDirB, "player-a", "KESTREN CLIENT A"},
-        {options.gameDirB, options.gameDirA, "player-b", "KESTREN CLIENT B"},
-    }};
+    const auto links = relay_links(options.gameDirA, options.gameDirB);
     constexpr std::array<const char*, 2> kDirections{"A -> B", "B -> A"};
     std::array<std::optional<RelayOutcome>, 2> lastOutcome;
 

@@ -42,4 +42,12 @@ auto describe(RelayOutcome outcome) -> std::string_view {
     return "unknown";
 }
 
+auto relay_links(const std::filesystem::path& gameDirA, const std::filesystem::path& gameDirB)
+    -> std::array<RelayLink, 2> {
+    return {{
+        {gameDirA, gameDirB, "player-a", "KESTREN CLIENT A"},
+        {gameDirB, gameDirA, "player-b", "KESTREN CLIENT B"},
+    }};
+}
+
 } // namespace korvath::session_tool

@@ -2,6 +2,7 @@
 // One direction of the relay: a client's own pose, from its local_state.tsv, becomes the remote
 // player in the other client's remote_players.tsv.
 
+#include <array>
 #include <chrono>
 #include <filesystem>
 #include <string>
@@ -24,6 +25,10 @@ enum class RelayOutcome { Relayed, Missing, Stale, Invalid, WriteFailed };
 // Writes the row when the local state is fresh at `now` (file clock) and its first line is valid;
 // otherwise leaves remote_players.tsv as it is, so the mod there sees it go stale.
 auto relay_local_state(const RelayLink& link, std::filesystem::file_time_type now) -> RelayOutcome;
+
+// The two directions between client A and client B: A's pose to B first, then B's pose to A.
+auto relay_links(const std::filesystem::path& gameDirA, const std::filesystem::path& gameDirB)
+    -> std::array<RelayLink, 2>;
 
 // A short phrase for the relay's log.
 auto describe(RelayOutcome outcome) -> std::string_view;
