@@ -1,5 +1,6 @@
 #include "actions/client_b_relocation.hpp"
 
+#include "actions/client_b_destination.hpp"
 #include "actions/engine_vector.hpp"
 #include "diagnostics/error_report.hpp"
 #include "diagnostics/report_number.hpp"
@@ -13,7 +14,6 @@
 #include "Unreal/FRotator.hpp"
 #include "Unreal/UObjectGlobals.hpp"
 
-#include <cmath>
 #include <exception>
 #include <string>
 
@@ -22,10 +22,6 @@ namespace korvath {
 namespace {
 
 using RC::Unreal::AActor;
-
-constexpr float kDegreesToRadians = 0.017453292f;
-constexpr float kSeparation = 800.0f; // engine units, to the side of the reported facing
-constexpr float kLift = 10.0f;
 
 auto append_number_line(std::string& text, const char* key, double value) -> void {
     text.append(key).append(format_report_number(value)).push_back('\n');
@@ -68,16 +64,9 @@ auto relocate_client_b() -> void {
         return;
     }
 
-    // Single precision throughout, one operation per statement.
-    const float radians = local.yaw * kDegreesToRadians;
-    const float sideX = std::sin(radians) * kSeparation;
-    const float sideY = std::cos(radians) * kSeparation;
-    const float destinationX = local.x - sideX;
-    const float destinationY = sideY + local.y;
-    const float destinationZ = local.z + kLift;
+    const auto [x, y, z] = client_b_destination(local.x, local.y, local.z, local.yaw);
     const auto destination =
-        make_engine_vector(static_cast<double>(destinationX), static_cast<double>(destinationY),
-                           static_cast<double>(destinationZ));
+        make_engine_vector(static_cast<double>(x), static_cast<double>(y), static_cast<double>(z));
     const RC::Unreal::FRotator rotation(0.0, static_cast<double>(local.yaw), 0.0);
 
     try {

@@ -6,9 +6,22 @@ namespace korvath {
 
 RC::Unreal::FWeakObjectPtr proxyActorHandle;
 
+namespace {
+bool proxyLeftover = false;
+} // namespace
+
 auto set_proxy_actor(RC::Unreal::AActor* actor) -> void {
     proxyActor = actor;
     proxyActorHandle = RC::Unreal::FWeakObjectPtr(actor);
+    proxyLeftover = false;
+}
+
+auto mark_proxy_leftover() -> void {
+    proxyLeftover = true;
+}
+
+auto is_proxy_leftover() -> bool {
+    return proxyLeftover;
 }
 
 auto live_proxy_actor() -> RC::Unreal::AActor* {

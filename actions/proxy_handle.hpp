@@ -10,8 +10,13 @@ namespace korvath {
 
 extern RC::Unreal::FWeakObjectPtr proxyActorHandle;
 
-// Points proxyActor and proxyActorHandle at `actor`; null clears both.
+// Points proxyActor and proxyActorHandle at `actor`; null clears both. Either way the actor is no leftover.
 auto set_proxy_actor(RC::Unreal::AActor* actor) -> void;
+
+// A leftover is the actor of a failed spawn that the engine refused to destroy: still referenced, never
+// moved, destroyed by the next SyncProxy or DestroyProxy that can.
+auto mark_proxy_leftover() -> void;
+auto is_proxy_leftover() -> bool;
 
 // proxyActor while the engine still holds it; null when there is no proxy or it has vanished.
 auto live_proxy_actor() -> RC::Unreal::AActor*;

@@ -14,8 +14,13 @@ constexpr float kSnapDistanceSquared = 12250000.0f; // 3500 units
 auto wrap_degrees(float degrees) -> float {
     if (!std::isfinite(degrees))
         return 0.0f;
-    if (degrees > 540.0f || degrees < -540.0f)
+    if (degrees > 540.0f || degrees < -540.0f) {
+        // fmod is exact and keeps the sign, so a whole number of turns would come out as -0; stepping by
+        // 360 ends on +0 there, and so does this.
         degrees = std::fmod(degrees, 360.0f);
+        if (degrees == 0.0f)
+            return 0.0f;
+    }
     while (degrees > 180.0f)
         degrees -= 360.0f;
     while (degrees < -180.0f)
@@ -24,7 +29,7 @@ auto wrap_degrees(float degrees) -> float {
 }
 
 auto next_proxy_pose(const RemotePlayerState& applied, const RemotePlayerState& target) -> RemotePlayerState {
-    // One operation per statement, so no multiply-add is fused and every step rounds to float.
+    // Every operation rounds to float: the build turns off multiply-add contraction for this code.
     const float dx = target.x - applied.x;
     const float dy = target.y - applied.y;
     const float dz = target.z - applied.z;

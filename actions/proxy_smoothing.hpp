@@ -7,7 +7,7 @@ namespace korvath {
 
 // Wraps degrees into [-180, 180] by whole turns. Always ends: beyond one and a half turns the value is
 // first reduced with fmod, which is exact, so the result equals stepping by 360 wherever those steps are
-// exact; a non-finite input gives 0.
+// exact, sign of zero included; a non-finite input gives 0.
 auto wrap_degrees(float degrees) -> float;
 
 // The pose to apply next when the proxy stands at `applied` and the other player reports `target`: 35% of

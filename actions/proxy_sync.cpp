@@ -54,16 +54,25 @@ auto forget_vanished_proxy() -> void {
                    L"one.\n");
 }
 
-// After an exception in the spawn region: remove whatever was spawned. A destroy that fails as well is
-// not reported on its own, so the error report keeps the spawn failure.
-auto abandon_failed_spawn() -> void {
-    if (AActor* actor = live_proxy_actor()) {
-        try {
-            actor->K2_DestroyActor();
-        } catch (...) {
-        }
+// K2_DestroyActor without letting an exception out; true when the actor is gone.
+auto destroy_quietly(AActor* actor) -> bool {
+    try {
+        actor->K2_DestroyActor();
+        return true;
+    } catch (...) {
+        return live_proxy_actor() != actor;
     }
-    set_proxy_actor(nullptr);
+}
+
+// After an exception in the spawn region: remove whatever was spawned. When the engine refuses to destroy
+// it, the reference is kept as a leftover, so that no second proxy is spawned beside it; the next
+// SyncProxy tries again. That failure is not reported on its own: the error report keeps the spawn's.
+auto abandon_failed_spawn() -> void {
+    AActor* actor = live_proxy_actor();
+    if (actor == nullptr || destroy_quietly(actor))
+        set_proxy_actor(nullptr);
+    else
+        mark_proxy_leftover();
     proxyActive.exchange(false);
 }
 
@@ -148,27 +157,35 @@ auto move_proxy(AActor* actor, const RemotePlayerState& snapshot) -> void {
 } // namespace
 
 auto sync_proxy() -> void {
-    // Spawning runs the new actor's events through ProcessEvent; a SyncProxy taken in there must not
-    // spawn a second proxy, nor move this one before its spawn pose is recorded.
-    static bool spawning = false;
-    if (spawning)
+    // Engine calls run events through ProcessEvent: a SyncProxy taken in there is dropped, so that it can
+    // neither spawn a second proxy nor move this one before its spawn pose is recorded. The next post
+    // comes 50 ms later.
+    static bool syncing = false;
+    if (syncing)
         return;
     const RemotePlayerState snapshot = copy_snapshot();
     if (!snapshot.valid)
         return;
+    struct Syncing {
+        Syncing() { syncing = true; }
+        ~Syncing() { syncing = false; }
+        Syncing(const Syncing&) = delete;
+        Syncing& operator=(const Syncing&) = delete;
+    } const mark; // cleared however the call ends, exceptions included
+
     if (proxyActor != nullptr) {
-        if (AActor* actor = live_proxy_actor()) {
+        AActor* actor = live_proxy_actor();
+        if (actor == nullptr) {
+            forget_vanished_proxy();
+        } else if (!is_proxy_leftover()) {
             move_proxy(actor, snapshot);
             return;
+        } else if (destroy_quietly(actor)) {
+            set_proxy_actor(nullptr); // the leftover of a failed spawn is gone at last: spawn afresh
+        } else {
+            return; // still there: spawning now would put a second proxy in the world
         }
-        forget_vanished_proxy();
     }
-    struct Spawning {
-        Spawning() { spawning = true; }
-        ~Spawning() { spawning = false; }
-        Spawning(const Spawning&) = delete;
-        Spawning& operator=(const Spawning&) = delete;
-    } const mark; // cleared however spawn_proxy ends, exceptions included
     spawn_proxy(snapshot);
 }
 

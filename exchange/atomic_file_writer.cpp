@@ -20,6 +20,13 @@ auto write_whole_file(const std::filesystem::path& path, std::string_view conten
     return !out.fail();
 }
 
+// An empty directory in the way of a report is removed, so the report is written now rather than never; a
+// directory with anything in it is left alone. True when it was there and is gone.
+auto remove_empty_directory(const std::filesystem::path& path) -> bool {
+    std::error_code error;
+    return std::filesystem::is_directory(path, error) && std::filesystem::remove(path, error);
+}
+
 } // namespace
 
 auto write_text_file_atomically(const std::filesystem::path& target, std::string_view content) noexcept
@@ -32,11 +39,17 @@ auto write_text_file_atomically(const std::filesystem::path& target, std::string
         std::filesystem::path temporary = target;
         temporary += ".tmp";
         // A short write (disk full) must not replace a good report with a truncated one.
-        if (!write_whole_file(temporary, content)) {
+        bool written = write_whole_file(temporary, content);
+        if (!written && remove_empty_directory(temporary))
+            written = write_whole_file(temporary, content);
+        if (!written) {
             std::filesystem::remove(temporary, ignored);
             return;
         }
-        if (!platform::replace_file(temporary, target)) {
+        // The target is not removed first, so a reader never finds the report missing.
+        if (platform::replace_file(temporary, target))
+            return;
+        if (!(remove_empty_directory(target) && platform::replace_file(temporary, target))) {
             std::filesystem::copy_file(temporary, target, std::filesystem::copy_options::overwrite_existing,
                                        ignored);
             std::filesystem::remove(temporary, ignored);

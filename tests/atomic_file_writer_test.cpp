@@ -21,18 +21,34 @@ TEST(AtomicFileWriter, CreatesMissingDirectoriesAndWritesBytesUnchanged) {
     }
 }
 
-TEST(AtomicFileWriter, FailuresKeepTheOldReportAndLaterWritesSucceed) {
+TEST(AtomicFileWriter, EmptyDirectoriesInTheWayAreClearedOthersKeepTheOldReport) {
     const fs::path dir = scratch_dir("writer");
     const fs::path target = dir / "report.txt";
-    write_text_file_atomically(target, "old\n");
+    const fs::path temporary = target.string() + ".tmp";
 
-    // The temporary file cannot be created: a directory sits at its path.
-    fs::create_directory(target.string() + ".tmp");
+    // An empty directory at either name: the report is written at once.
+    for (const fs::path& blocker : {temporary, target}) {
+        SCOPED_TRACE(blocker.filename());
+        fs::remove(target);
+        fs::create_directory(blocker);
+        write_text_file_atomically(target, "new\n");
+        EXPECT_EQ(read_file(target), "new\n");
+        EXPECT_FALSE(fs::exists(temporary));
+    }
+
+    // A directory with something in it is never removed: at the temporary name the old report stays;
+    // at the report's own name nothing is written and no temporary file is left.
+    write_text_file_atomically(target, "old\n");
+    write_file(temporary / "keep", "k");
     write_text_file_atomically(target, "new\n");
     EXPECT_EQ(read_file(target), "old\n");
-    fs::remove(target.string() + ".tmp");
-    write_text_file_atomically(target, "new\n");
-    EXPECT_EQ(read_file(target), "new\n");
+    EXPECT_EQ(read_file(temporary / "keep"), "k");
+    fs::remove_all(temporary);
+    fs::remove(target);
+    write_file(target / "keep", "k");
+    EXPECT_NO_THROW(write_text_file_atomically(target, "new\n"));
+    EXPECT_EQ(read_file(target / "keep"), "k");
+    EXPECT_FALSE(fs::exists(temporary));
 
     // The directory cannot be created: a file sits where it should be.
     const fs::path blocked = dir / "blocked";

@@ -7,7 +7,9 @@
 #include "support/action_fixture.hpp"
 
 #include <array>
+#include <bit>
 #include <cmath>
+#include <cstdint>
 #include <limits>
 #include <tuple>
 
@@ -93,10 +95,12 @@ TEST(ProxySmoothing, StepsWithinTheSnapDistanceAndJumpsBeyondIt) {
 }
 
 TEST(ProxySmoothing, WrapIsByWholeTurnsAndEndsForEveryMagnitude) {
-    const float exact[][2] = {{190, -170}, {-190, 170},  {180, 180},  {-180, -180},
-                              {540, 180},  {-900, -180}, {1e10f, -80}};
+    // Bit for bit, so that the sign of zero counts: whole turns end on +0, as stepping by 360 does.
+    const float exact[][2] = {{190, -170}, {-190, 170},  {180, 180},    {-180, -180},
+                              {540, 180},  {-900, -180}, {1e10f, -80},  {-720, 0},
+                              {720, 0},    {-360, 0},    {-0.0f, -0.0f}};
     for (const auto& row : exact)
-        EXPECT_EQ(wrap_degrees(row[0]), row[1]) << row[0];
+        EXPECT_EQ(std::bit_cast<uint32_t>(wrap_degrees(row[0])), std::bit_cast<uint32_t>(row[1])) << row[0];
     const float inf = std::numeric_limits<float>::infinity();
     for (const float huge : {8.6e9f, -3e38f, std::numeric_limits<float>::max(), inf, -inf, std::nanf("")}) {
         const float wrapped = wrap_degrees(huge);
@@ -178,13 +182,44 @@ TEST_F(ProxySync, EveryFailureIsReportedAndLeavesAConsistentState) {
     }
 }
 
-TEST_F(ProxySync, SpawnExceptionWhoseCleanupAlsoFailsStillReportsTheSpawnFailure) {
-    standin::engine().set_fault(Op::Collision, Fault{FaultMode::Throw, 1});
+auto live_actors() -> std::size_t {
+    std::size_t live = 0;
+    for (auto* actor : standin::engine().spawned_actors())
+        live += standin::engine().inspect(actor).alive ? 1 : 0;
+    return live;
+}
+
+TEST_F(ProxySync, ActorThatCannotBeDestroyedAfterAFailedSpawnIsKeptNeverDoubled) {
+    standin::engine().set_fault(Op::Hidden, Fault{FaultMode::Throw, 1});
     standin::engine().set_fault(Op::Destroy, Fault{FaultMode::ThrowUnknown, 1});
     report_remote(10.0f);
-    EXPECT_NO_THROW(sync_proxy());
+    for (int i = 0; i < 5; ++i)
+        EXPECT_NO_THROW(sync_proxy());
     EXPECT_EQ(exchange_file("cpp_phase5g_error.txt"),
-              "Spawn call threw an exception: simulated collision failure\n");
+              "Spawn call threw an exception: simulated hidden failure\n");
+    EXPECT_EQ(standin::engine().spawned_actors().size(), 1u);
+    EXPECT_TRUE(proxyActor != nullptr && !proxyActive);
+    EXPECT_EQ(standin::engine().calls(Op::Move), 0u); // a leftover is never driven as the proxy
+
+    // Once the engine lets it go, the leftover is destroyed and one proxy is spawned in its place.
+    standin::engine().clear_faults();
+    sync_proxy();
+    EXPECT_EQ(standin::engine().spawned_actors().size(), 2u);
+    EXPECT_EQ(live_actors(), 1u);
+    EXPECT_TRUE(proxyActive);
+    EXPECT_EQ(proxyActor, standin::engine().spawned_actors().back());
+
+    // A DestroyProxy removes a leftover too.
+    destroy_proxy("remote-player-stale");
+    standin::engine().set_fault(Op::Tick, Fault{FaultMode::Throw, standin::engine().calls(Op::Tick) + 1});
+    standin::engine().set_fault(Op::Destroy,
+                                Fault{FaultMode::Throw, standin::engine().calls(Op::Destroy) + 1});
+    sync_proxy();
+    EXPECT_EQ(live_actors(), 1u);
+    EXPECT_TRUE(proxyActor != nullptr && !proxyActive);
+    standin::engine().clear_faults();
+    destroy_proxy("remote-player-stale");
+    EXPECT_EQ(live_actors(), 0u);
     EXPECT_TRUE(proxyActor == nullptr && !proxyActive);
 }
 

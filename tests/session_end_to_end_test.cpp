@@ -93,9 +93,12 @@ TEST_F(EndToEnd, ClientASessionSpawnsFollowsGoesStaleAndObeysTheKillSwitch) {
     EXPECT_THAT(report("cpp_heartbeat.txt"),
                 HasSubstr("sessionEnabled=1\nproxyActive=1\nremoteFresh=1\nmovementUpdates="));
 
-    // A target far away is reached in one jump.
-    put("remote_players.tsv", "p2\tKESTREN CLIENT B\t5000\t0\t100\t0\tMap_A\n");
+    // A target far away is reached in one jump, its yaw as reported; the next steps wrap two whole turns
+    // back to +0, never -0.
+    put("remote_players.tsv", "p2\tKESTREN CLIENT B\t5000\t0\t100\t-720\tMap_A\n");
     ASSERT_TRUE(driver.run_until([&] { return live_proxy()->pose.x == 5000.0; }, 0.5));
+    driver.run_for(1.1);
+    EXPECT_THAT(report("cpp_phase5g_status.txt"), HasSubstr("\nappliedYaw=0\n"));
 
     // No usable row: after three seconds without one the proxy goes, as stale.
     set_file_age(exchange_dir() / "remote_players.tsv", 10);
