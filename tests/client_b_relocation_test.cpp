@@ -96,5 +96,14 @@ TEST_F(ClientBRelocation, FailedMoveIsReportedAndNeverCountsAsDone) {
     }
 }
 
+TEST_F(ClientBRelocation, FailureAfterTheMoveCountsAsBothDoneAndFailed) {
+    host.console->fail_lines_containing(L"moved CLIENT B");
+    relocate_client_b();
+    EXPECT_EQ(exchange_file("cpp_phase5g_error.txt"),
+              "Client B local pawn relocation threw an exception: simulated console failure\n");
+    EXPECT_TRUE(clientBSpawnAdjusted && clientBSpawnAdjustFailed && testFailed);
+    EXPECT_NE(exchange_file("cpp_phase5g_client_spawn.txt"), "<missing>");
+}
+
 } // namespace
 } // namespace korvath::test

@@ -45,6 +45,11 @@ TEST_F(ProxyDestroy, DestroysNamesAndRecordsTheReason) {
               (std::vector<std::wstring>{
                   L"[KorvathOnlineCpp] Phase 5G destroying real-client proxy: " + name + L"\n",
                   L"[KorvathOnlineCpp] Phase 5G real-client proxy destroy call returned successfully.\n"}));
+
+    // The next sync spawns a new proxy; it has been spawned all along.
+    sync_proxy();
+    EXPECT_TRUE(proxyActor != nullptr && proxyActor != actor && proxyActive && !proxyDestroyed);
+    EXPECT_TRUE(proxyEverSpawned);
 }
 
 TEST_F(ProxyDestroy, FailureKeepsTheProxySoTheDestroyIsTriedAgain) {
@@ -66,6 +71,15 @@ TEST_F(ProxyDestroy, FailureKeepsTheProxySoTheDestroyIsTriedAgain) {
     destroy_proxy("remote-player-stale");
     EXPECT_FALSE(standin::engine().inspect(actor).alive);
     EXPECT_TRUE(proxyDestroyed);
+
+    // A failure after the destroy call came back still counts the proxy as destroyed.
+    spawn_proxy();
+    host.console->fail_lines_containing(L"destroy call returned successfully");
+    destroy_proxy("kill-switch");
+    EXPECT_EQ(exchange_file("cpp_phase5g_error.txt"),
+              "Destroy call threw an exception: simulated console failure\n");
+    EXPECT_TRUE(proxyActor == nullptr && !proxyActive && proxyDestroyed);
+    EXPECT_EQ(exchange_file("cpp_phase5g_destroy.txt"), destroy_report("kill-switch"));
 }
 
 TEST_F(ProxyDestroy, ProxyRemovedByTheEngineIsNeitherNamedNorDestroyedButAccountedFor) {

@@ -108,6 +108,39 @@ TEST(ProxySmoothing, WrapIsByWholeTurnsAndEndsForEveryMagnitude) {
     }
 }
 
+// The lookups and GetWorld lie outside the guarded regions: their exceptions leave sync_proxy unreported,
+// for the dispatch to pass on to the host, and the next sync starts afresh.
+TEST_F(ProxySync, LookupExceptionsLeaveTheCallUnreported) {
+    report_remote(10.0f);
+    for (const Op op : {Op::Controller, Op::Class, Op::World}) {
+        standin::engine().set_fault(op, Fault{FaultMode::Throw, standin::engine().calls(op) + 1});
+        EXPECT_THROW(sync_proxy(), std::runtime_error);
+        standin::engine().clear_faults();
+    }
+    EXPECT_EQ(standin::engine().calls(Op::Spawn), 0u);
+    EXPECT_FALSE(testFailed);
+    EXPECT_EQ(exchange_file("cpp_phase5g_error.txt"), "<missing>");
+    EXPECT_TRUE(console_lines().empty());
+    sync_proxy();
+    EXPECT_TRUE(proxyActive);
+}
+
+// Both vector layouts: the spawn and the move hand the engine the reported floats, widened.
+TEST_F(ProxySync, SpawnAndMoveUseTheRunningEnginesVectorLayout) {
+    for (const auto& [major, minor] : {std::pair{4, 27}, std::pair{5, 1}}) {
+        SCOPED_TRACE(major);
+        standin::engine().set_version(major, minor);
+        destroy_proxy("remote-player-stale");
+        report_remote(0.1f);
+        sync_proxy();
+        EXPECT_EQ(pose_of(proxyActor).x, static_cast<double>(0.1f));
+        report_remote(100.1f);
+        sync_proxy();
+        EXPECT_EQ(pose_of(proxyActor).x, static_cast<double>(100.0f * 0.35f + 0.1f));
+        EXPECT_EQ(pose_of(proxyActor).z, 30.0);
+    }
+}
+
 TEST_F(ProxySync, MoveReturningFalseCountsButKeepsTheAppliedPose) {
     report_remote(0.0f);
     sync_proxy();
@@ -172,7 +205,9 @@ TEST_F(ProxySync, EveryFailureIsReportedAndLeavesAConsistentState) {
         host.console->clear();
         standin::engine().set_fault(Op::Move, Fault{mode, standin::engine().calls(Op::Move) + 1});
         report_remote(20.0f);
+        lastMoveReturned.store(mode == FaultMode::Throw);
         sync_proxy();
+        EXPECT_EQ(lastMoveReturned.load(), mode == FaultMode::Throw);
         EXPECT_EQ(exchange_file("cpp_phase5g_error.txt"), std::string(error) + "\n");
         EXPECT_EQ(take_game_thread_command(), GameThreadCommand::DestroyProxy);
         EXPECT_TRUE(proxyActor != nullptr && proxyActive);

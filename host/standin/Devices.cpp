@@ -1,9 +1,13 @@
 #include "Devices.hpp"
 
+#include <stdexcept>
+
 namespace standin {
 
 auto LineLog::add(std::wstring_view text, int32_t level) -> void {
     std::lock_guard lock(m_mutex);
+    if (!m_failNeedle.empty() && text.find(m_failNeedle) != std::wstring_view::npos)
+        throw std::runtime_error("simulated console failure");
     m_lines.push_back(ReceivedLine{std::wstring(text), level});
 }
 
@@ -23,6 +27,11 @@ auto LineLog::texts() const -> std::vector<std::wstring> {
 auto LineLog::clear() -> void {
     std::lock_guard lock(m_mutex);
     m_lines.clear();
+}
+
+auto LineLog::fail_lines_containing(std::wstring needle) -> void {
+    std::lock_guard lock(m_mutex);
+    m_failNeedle = std::move(needle);
 }
 
 auto RecordingDevice::receive(std::wstring_view line) const -> void {

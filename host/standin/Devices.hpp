@@ -23,10 +23,14 @@ public:
     auto lines() const -> std::vector<ReceivedLine>;
     auto texts() const -> std::vector<std::wstring>;
     auto clear() -> void;
+    // From now on a line that contains `needle` makes the device throw std::runtime_error("simulated
+    // console failure") instead of taking it, as a failing output device of the host would. Empty: never.
+    auto fail_lines_containing(std::wstring needle) -> void;
 
 private:
     mutable std::mutex m_mutex;
     std::vector<ReceivedLine> m_lines;
+    std::wstring m_failNeedle;
 };
 
 class RecordingDevice : public RC::Output::OutputDevice {
