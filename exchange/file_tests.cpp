@@ -39,8 +39,13 @@ auto is_file_fresh_at(const std::filesystem::path& path, int64_t maxAgeSeconds, 
 }
 
 auto is_exchange_file_fresh(std::wstring_view name, int64_t maxAgeSeconds) noexcept -> bool {
+    return is_exchange_file_fresh_at(name, maxAgeSeconds, platform::system_file_time_now());
+}
+
+auto is_exchange_file_fresh_at(std::wstring_view name, int64_t maxAgeSeconds, int64_t nowFileTime) noexcept
+    -> bool {
     const auto lastWrite = platform::last_write_file_time_in(exchangeDirectory, name);
-    return lastWrite && is_fresh(*lastWrite, maxAgeSeconds, platform::system_file_time_now());
+    return lastWrite && is_fresh(*lastWrite, maxAgeSeconds, nowFileTime);
 }
 
 } // namespace korvath

@@ -21,8 +21,11 @@ auto is_file_fresh(const std::filesystem::path& path, int64_t maxAgeSeconds) noe
 // is_file_fresh of exchange_path(name), without building the path (it runs on every update tick).
 auto is_exchange_file_fresh(std::wstring_view name, int64_t maxAgeSeconds) noexcept -> bool;
 
-// is_file_fresh against a given current time on the file-time scale (100 ns since 1601).
+// is_file_fresh and is_exchange_file_fresh against a given current time on the file-time scale (100 ns
+// since 1601).
 auto is_file_fresh_at(const std::filesystem::path& path, int64_t maxAgeSeconds, int64_t nowFileTime) noexcept
+    -> bool;
+auto is_exchange_file_fresh_at(std::wstring_view name, int64_t maxAgeSeconds, int64_t nowFileTime) noexcept
     -> bool;
 
 } // namespace korvath

@@ -140,31 +140,26 @@ TEST(DemoFollowDistance, TracksOfTwoClocksMeetOnOneTimeLine) {
     EXPECT_EQ(std::tie(stats.count, stats.mean, stats.max), std::make_tuple(2u, 250.0, 300.0));
 }
 
-// The reports of CLIENT_B after a good session, as far as the summary reads them.
-auto good_reports() -> tool::ClientReports {
-    return {
+TEST(DemoSummary, ReportsTellWhatEachClientDidAndEveryDeviationIsNamed) {
+    // The reports of CLIENT_B after a good session, as far as the summary reads them.
+    tool::ClientReports reports{
         "running=1\nmovementUpdates=258\ntestFailed=0\n",
         "proxyActor=spawned\nremotePlayerId=player-a\nremoteDisplayName=KESTREN CLIENT A\nremoteMap=Map_A\n",
         "proxyDestroyRequested=1\ndestroyReason=remote-player-stale\n",
         "localPawnMoved=1\noriginalX=0\noriginalY=0\noriginalZ=100\ndestinationX=6.99382e-05\n"
         "destinationY=800\ndestinationZ=110\n",
         std::nullopt};
-}
+    const auto b = tool::summarize_client("B", reports);
+    EXPECT_EQ(std::tie(b.proxySpawned, b.moves, b.proxyDestroyed, b.destroyReason, b.movedAside),
+              std::make_tuple(true, std::uint64_t{258}, true, std::string("remote-player-stale"), true));
+    EXPECT_THAT(b.remotePlayer, HasSubstr("player-a"));
+    EXPECT_FALSE(b.error || tool::summarize_client("A", {}).proxySpawned);
 
-TEST(DemoSummary, ReportsTellWhatEachClientDidAndEveryDeviationIsNamed) {
-    const auto b = tool::summarize_client("B", good_reports());
-    EXPECT_EQ(b.moveAsideText, "(0, 0, 100) -> (6.99382e-05, 800, 110)");
-    EXPECT_EQ(
-        tool::proxy_text(b),
-        "proxy of \"KESTREN CLIENT A\" (player-a, Map_A) spawned, 258 moves, destroyed: remote-player-stale");
-    EXPECT_EQ(tool::proxy_text(tool::summarize_client("A", {})), "no proxy spawned");
-
-    auto failed = good_reports();
-    failed.error = "Movement call threw an unknown exception.\nsecond line\n";
-    EXPECT_EQ(tool::summarize_client("B", failed).error, "Movement call threw an unknown exception.");
-    failed.error.reset();
-    failed.heartbeat = "running=1\nmovementUpdates=1\ntestFailed=1\n"; // the error report not yet seen
-    EXPECT_EQ(tool::summarize_client("B", failed).error, "the heartbeat shows testFailed=1");
+    reports.error = "Movement call threw an unknown exception.\nsecond line\n";
+    EXPECT_EQ(tool::summarize_client("B", reports).error, "Movement call threw an unknown exception.");
+    reports.error.reset();
+    reports.heartbeat = "running=1\nmovementUpdates=1\ntestFailed=1\n"; // the error report not yet seen
+    EXPECT_TRUE(tool::summarize_client("B", reports).error);
 
     // The verdict: nothing for the expected session, and one named problem for each deviation from it.
     struct Session {
@@ -178,13 +173,10 @@ TEST(DemoSummary, ReportsTellWhatEachClientDidAndEveryDeviationIsNamed) {
         {[](Session& s) { s.b.movedAside = false; }, "B did not move its pawn aside"},
         {[](Session& s) { s.a.proxySpawned = false; }, "A's proxy was never spawned"},
         {[](Session& s) { s.a.proxyDestroyed = false; }, "A's proxy was not destroyed"},
-        {[](Session& s) { s.b.destroyReason = "kill-switch"; },
-         "B's proxy was destroyed as \"kill-switch\", expected \"remote-player-stale\""},
+        {[](Session& s) { s.b.destroyReason = "kill-switch"; }, "B's proxy was destroyed as \"kill-switch\""},
         {[](Session& s) { s.a.error = "SpawnActor returned null."; }, "A reported an error: SpawnActor"},
         {[](Session& s) { s.follow.count = 0; }, "no distance between A's pawn and B's proxy of A"},
-        {[](Session& s) { s.follow.max = 500.5; },
-         "fell up to 500 units behind A's pawn while following (limit 500)"},
-    };
+        {[](Session& s) { s.follow.max = 500.5; }, "fell up to 500 units behind"}};
     for (const auto& [mutate, expected] : cases) {
         Session session = good;
         mutate(session);
@@ -231,21 +223,20 @@ TEST(DemoChildProcess, OutputGoesToTheLogAndAStubbornProcessIsKilled) {
     EXPECT_THROW(tool::ChildProcess(dir / "missing-program", {}, dir / "missing.log"), std::runtime_error);
 }
 
-TEST(DemoProgress, APipeGetsPhaseChangesLineByLineATerminalALiveLine) {
+// Into a pipe a phase is printed when it changes and again after a while; on a terminal the live line
+// is cut to the width less one column.
+TEST(DemoProgress, APipeGetsPhaseChangesAndRepeatsATerminalALineWithinItsWidth) {
     const auto start = tool::DemoProgress::Clock::time_point{} + 1h;
     std::ostringstream out;
     tool::DemoProgress progress(out, false, 80, start);
-    progress.status("enabling", "A in ~5 s", start + 1200ms);
-    progress.status("enabling", "A in ~4 s", start + 2200ms); // same phase, soon after: not printed
-    progress.status("enabling", "A in ~1 s", start + 5300ms); // same phase, 4 s later: printed again
-    progress.status("following", "80 units behind", start + 5400ms);
-    EXPECT_EQ(out.str(), "[  1.2 s]   enabling: A in ~5 s\n"
-                         "[  5.3 s]   enabling: A in ~1 s\n[  5.4 s]   following: 80 units behind\n");
+    for (const auto& [phase, ms] :
+         {std::pair{"enabling", 1200}, {"enabling", 2200}, {"enabling", 5300}, {"following", 5400}})
+        progress.status(phase, "detail", start + std::chrono::milliseconds(ms));
+    EXPECT_EQ(std::ranges::count(out.str(), '\n'), 3) << out.str();
     out.str("");
     tool::DemoProgress live(out, true, 40, start);
-    live.status("stale", "no rows to B for 1.0 s; a long detail that does not fit", start + 1s);
-    EXPECT_EQ(out.str().size(), std::string("\r\x1b[2K\x1b[1m\x1b[0m").size() + 39)
-        << "a terminal's live line is cut to its width, less one column";
+    live.status("stale", std::string(100, 'x'), start + 1s);
+    EXPECT_EQ(std::regex_replace(out.str(), std::regex("\r|\x1b\\[[0-9]*[A-Za-z]"), "").size(), 39u);
 }
 
 // The whole demo as README runs it, with the shorter following phase: two games and a full session.

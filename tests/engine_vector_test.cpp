@@ -16,8 +16,7 @@ namespace {
 TEST(EngineVector, FloatsBeforeEngineFiveAndDoublesFromItOn) {
     const HostFixture host;
     for (const auto& [major, minor, doubles] :
-         {std::tuple{4, 27, false}, std::tuple{4, 99, false}, std::tuple{3, 5, false}, std::tuple{5, 0, true},
-          std::tuple{5, 1, true}, std::tuple{6, 0, true}}) {
+         {std::tuple{3, 5, false}, {4, 99, false}, {5, 0, true}, {6, 0, true}}) {
         standin::engine().set_version(major, minor);
         EXPECT_EQ(engine_uses_double_vectors(), doubles) << major << "." << minor;
     }
@@ -25,10 +24,8 @@ TEST(EngineVector, FloatsBeforeEngineFiveAndDoublesFromItOn) {
     // The float layout: three floats, each rounded to nearest, and zero bytes after them.
     standin::engine().set_version(4, 27);
     const auto narrow = make_engine_vector(0.1, 16777217.0, -1e-3);
-    const float parts[3] = {0.1f, 16777216.0f, -1e-3f};
-    unsigned char bytes[24]{};
-    std::memcpy(bytes, parts, sizeof parts);
-    EXPECT_EQ(std::memcmp(narrow.Bytes, bytes, sizeof bytes), 0);
+    const float parts[6] = {0.1f, 16777216.0f, -1e-3f};
+    EXPECT_EQ(std::memcmp(narrow.Bytes, parts, sizeof parts), 0);
     EXPECT_EQ(read_engine_vector(narrow),
               (std::array{static_cast<double>(0.1f), 16777216.0, static_cast<double>(-1e-3f)}));
 

@@ -9,12 +9,9 @@ namespace {
 using ErrorReport = ActionTest;
 
 TEST_F(ErrorReport, FileHoldsTheLatestMessageWithOneLineFeedAdded) {
-    for (const auto& [message, file] :
-         {std::pair{"", "\n"},
-          std::pair{"UWorld::SpawnActor returned null.", "UWorld::SpawnActor returned null.\n"},
-          std::pair{"ends in a line feed\n", "ends in a line feed\n\n"}}) {
+    for (const std::string message : {"", "UWorld::SpawnActor returned null.", "ends in a line feed\n"}) {
         write_error_report(message);
-        EXPECT_EQ(exchange_file("cpp_phase5g_error.txt"), file);
+        EXPECT_EQ(exchange_file("cpp_phase5g_error.txt"), message + "\n");
     }
     EXPECT_TRUE(testFailed.load());
 

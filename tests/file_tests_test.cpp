@@ -1,54 +1,39 @@
+// Existence, deletion and age of exchange files. The system-clock path is covered by the freshness
+// tests of both input tables; here the exact boundary on the file-time scale.
+
 #include "exchange/exchange_directory.hpp"
 #include "exchange/file_tests.hpp"
 #include "support/test_support.hpp"
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 namespace korvath::test {
 namespace {
-
-constexpr int64_t kUnitsPerSecond = 10'000'000;
-constexpr int64_t kNow = 133'000'000'000'000'000; // a moment in 2022 on the file-time scale
 
 class FileTests : public ::testing::Test {
 protected:
     FileTests() { exchangeDirectory = scratch_dir("exchange"); }
 };
 
-struct FreshnessCase {
-    const char* name;
-    int64_t writtenBeforeNow; // file-time units
-    int64_t maxAgeSeconds;
-    bool fresh;
-};
-
-TEST_F(FileTests, FreshnessBoundary) {
-    const FreshnessCase cases[] = {
-        {"exactly the limit", 3 * kUnitsPerSecond, 3, true},
-        {"100 ns past the limit", 3 * kUnitsPerSecond + 1, 3, false},
-        {"just written", 0, 2, true},
-        {"in the future", -60 * kUnitsPerSecond, 2, true},
-        {"two seconds exactly", 2 * kUnitsPerSecond, 2, true},
-        {"an hour old", 3600 * kUnitsPerSecond, 3, false},
-        {"zero limit, same instant", 0, 0, true},
-    };
+TEST_F(FileTests, FreshUpToExactlyTheLimitAndInTheFuture) {
+    constexpr int64_t kSecond = 10'000'000;           // file-time units
+    constexpr int64_t kNow = 133'000'000'000'000'000; // a moment in 2022 on the file-time scale
     const fs::path file = exchangeDirectory / "local_state.tsv";
+    EXPECT_FALSE(is_file_fresh_at(file, 3, kNow) || is_exchange_file_fresh_at(L"local_state.tsv", 3, kNow));
     write_file(file, "x");
-    for (const auto& c : cases) {
-        set_file_time(file, kNow - c.writtenBeforeNow);
-        EXPECT_EQ(is_file_fresh_at(file, c.maxAgeSeconds, kNow), c.fresh) << c.name;
+    // written before now, limit in seconds, fresh
+    for (const auto& [before, limit, fresh] : {std::tuple{3 * kSecond, 3, true},
+                                               {3 * kSecond + 1, 3, false},
+                                               {-60 * kSecond, 2, true},
+                                               {int64_t{0}, 0, true},
+                                               {int64_t{1}, 0, false}}) {
+        set_file_time(file, kNow - before);
+        EXPECT_EQ(is_file_fresh_at(file, limit, kNow), fresh) << before << " " << limit;
+        EXPECT_EQ(is_exchange_file_fresh_at(L"local_state.tsv", limit, kNow), fresh)
+            << before << " " << limit;
     }
-}
-
-TEST_F(FileTests, FreshnessAgainstTheSystemClock) {
-    const fs::path file = exchangeDirectory / "remote_players.tsv";
-    EXPECT_FALSE(is_file_fresh(file, 2)); // missing
-    write_file(file, "x");
-    EXPECT_TRUE(is_file_fresh(file, 2));
-    set_file_age(file, 10);
-    EXPECT_FALSE(is_file_fresh(file, 2));
-    set_file_age(file, -10);
-    EXPECT_TRUE(is_file_fresh(file, 2));
 }
 
 TEST_F(FileTests, ExistenceAndDeletion) {
@@ -61,19 +46,13 @@ TEST_F(FileTests, ExistenceAndDeletion) {
     delete_exchange_file(L"phase5g.stop.txt");
     EXPECT_FALSE(exchange_file_exists(L"phase5g.stop.txt"));
     EXPECT_NO_THROW(delete_exchange_file(L"phase5g.stop.txt")); // missing: quiet
-    EXPECT_NO_THROW(delete_exchange_file(L"not-here.txt"));
 }
 
-TEST_F(FileTests, ExchangePathJoinsOnce) {
-    exchangeDirectory = "/games/x/KorvathOnline";
-    EXPECT_EQ(exchange_path(L"cpp_heartbeat.txt"), fs::path("/games/x/KorvathOnline/cpp_heartbeat.txt"));
-    exchangeDirectory = "/games/x/KorvathOnline/";
-    EXPECT_EQ(exchange_path(L"cpp_heartbeat.txt"), fs::path("/games/x/KorvathOnline/cpp_heartbeat.txt"));
-    exchangeDirectory = "/games/missing";
-    EXPECT_FALSE(exchange_file_exists(L"cpp_heartbeat.txt"));
-}
-
-TEST_F(FileTests, BaseDirectoryIsTheExecutablesFolder) {
+TEST_F(FileTests, ExchangePathJoinsOnceAndTheBaseIsTheExecutablesFolder) {
+    for (const char* dir : {"/games/x/KorvathOnline", "/games/x/KorvathOnline/"}) {
+        exchangeDirectory = dir;
+        EXPECT_EQ(exchange_path(L"cpp_heartbeat.txt"), fs::path("/games/x/KorvathOnline/cpp_heartbeat.txt"));
+    }
     EXPECT_EQ(resolve_base_directory(), binaries_dir());
 }
 

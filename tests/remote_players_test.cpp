@@ -1,4 +1,4 @@
-// Reading the other client's player from remote_players.tsv.
+// Reading the other client's player from remote_players.tsv, also while the outside process rewrites it.
 
 #include "exchange/exchange_directory.hpp"
 #include "exchange/remote_players.hpp"
@@ -6,9 +6,15 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <atomic>
+#include <fcntl.h>
 #include <string>
 #include <sys/stat.h>
+#include <thread>
 #include <tuple>
+#include <unistd.h>
+#include <vector>
 
 namespace korvath::test {
 namespace {
@@ -89,6 +95,47 @@ TEST_F(RemotePlayers, SomethingOtherThanAFileFailsWithoutBlocking) {
     EXPECT_FALSE(read_remote_players(out));
     EXPECT_EQ(fields(out), fields(kUntouched));
     fs::remove(path());
+}
+
+// The file is truncated, then written in two parts split at a moving place, so it may be read empty or
+// cut anywhere: the hardest case for the reader, since nothing is ever replaced whole.
+TEST_F(RemotePlayers, RewrittenInPlaceEveryPollGivesACompleteWrittenRowOrNothing) {
+    // With an empty map followed by one more field, every prefix of a row parses to nothing or to the
+    // whole row; a cut-off map name would not.
+    std::vector<std::string> rows;
+    std::vector<RemotePlayerState> expected(8);
+    for (std::size_t i = 0; i < expected.size(); ++i) {
+        const std::string n = std::to_string(i);
+        rows.push_back("p" + n + "\tKestren " + n + "\t" + n + ".5\t-" + n + ".25\t" + n + "00\t" + n +
+                       "0\t\tend");
+        ASSERT_TRUE(parse_remote_player_row(rows.back(), expected[i]));
+    }
+    write_file(path(), rows[0] + "\n");
+
+    std::atomic<bool> done{false};
+    std::thread writer([&] {
+        for (std::size_t n = 0; n < 3000; ++n) {
+            const std::string content = rows[n % rows.size()] + "\n" + rows[(n + 1) % rows.size()] + "\n";
+            const std::string_view view = content;
+            const int fd = ::open(path().c_str(), O_WRONLY | O_TRUNC);
+            for (const std::string_view part :
+                 {view.substr(0, n % view.size()), view.substr(n % view.size())})
+                EXPECT_EQ(::write(fd, part.data(), part.size()), static_cast<ssize_t>(part.size()));
+            ::close(fd);
+        }
+        done.store(true);
+    });
+    std::string strangeRow;
+    int rowsRead = 0;
+    while (!done.load()) {
+        RemotePlayerState out;
+        if (read_remote_players(out) && ++rowsRead > 0 &&
+            std::ranges::none_of(expected, [&](auto& row) { return fields(row) == fields(out); }))
+            strangeRow = out.playerId + "|" + out.displayName + "|" + out.mapName;
+    }
+    writer.join();
+    EXPECT_EQ(strangeRow, "");
+    EXPECT_GT(rowsRead, 0);
 }
 
 } // namespace

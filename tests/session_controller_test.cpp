@@ -73,11 +73,12 @@ TEST_F(SessionController, HeartbeatAndStatusOncePerSecondFromTheFirstCall) {
     EXPECT_FALSE(has("cpp_phase5g_status.txt"));
 
     movementUpdates.store(12345678901ull);
+    testFailed.store(true);
     clientRole.store(kClientB);
     tick(kT0 + kSecond);
     EXPECT_EQ(read_file(exchange_dir() / "cpp_heartbeat.txt"),
               "running=1\nunrealReady=0\nsessionEnabled=0\nproxyActive=0\nremoteFresh=0\n"
-              "movementUpdates=12345678901\ntestFailed=0\nclientRole=CLIENT_B\nclientBSpawnAdjusted=0\n");
+              "movementUpdates=12345678901\ntestFailed=1\nclientRole=CLIENT_B\nclientBSpawnAdjusted=0\n");
     EXPECT_TRUE(has("cpp_phase5g_status.txt"));
 }
 
@@ -111,6 +112,16 @@ TEST_F(SessionController, StopMarkerOutranksEnableAndIsNeverConsumed) {
     tick(kT0 + 18 * kSecond);
     EXPECT_TRUE(sessionEnabled.load());
     EXPECT_TRUE(killSwitchEngaged.load());
+
+    // Stopped and asked again: the wait of the first enabling still counts, so no second wait.
+    put("phase5g.stop.txt");
+    tick(kT0 + 19 * kSecond);
+    EXPECT_FALSE(sessionEnabled.load());
+    fs::remove(exchange_dir() / "phase5g.stop.txt");
+    put("phase5g.enable_once.txt");
+    tick(kT0 + 20 * kSecond);
+    EXPECT_TRUE(sessionEnabled.load());
+    EXPECT_EQ(count(kSevenSecondLine), 1);
 }
 
 TEST_F(SessionController, EnableWaitsExactlySevenSecondsAndPollsInTheSameCall) {
@@ -123,6 +134,10 @@ TEST_F(SessionController, EnableWaitsExactlySevenSecondsAndPollsInTheSameCall) {
     put("phase5g.enable_once.txt");
     tick(kT0 + kSecond);
     EXPECT_EQ(count(kSevenSecondLine), 1);
+    // A marker taken away and put back during the wait does not restart it.
+    fs::remove(exchange_dir() / "phase5g.enable_once.txt");
+    tick(kT0 + 2 * kSecond);
+    put("phase5g.enable_once.txt");
     EXPECT_EQ(tick(kT0 + 8 * kSecond - 1), GameThreadCommand::None);
     EXPECT_FALSE(sessionEnabled.load());
     EXPECT_TRUE(has("phase5g.enable_once.txt"));
@@ -160,6 +175,12 @@ TEST_F(SessionController, ClientBRelocatesOnceBeforeTheSessionCanStart) {
     clientRole.store(kClientB);
     put("phase5g.enable_once.txt");
     fresh_local_state();
+    // The stop marker holds the relocation back too.
+    put("phase5g.stop.txt");
+    for (int64_t t = -5; t < 0; ++t)
+        EXPECT_EQ(tick(kT0 + t * kSecond), GameThreadCommand::None);
+    EXPECT_EQ(count(kTwoSecondLine), 0);
+    fs::remove(exchange_dir() / "phase5g.stop.txt");
 
     EXPECT_EQ(tick(kT0), GameThreadCommand::None);
     EXPECT_EQ(count(kTwoSecondLine), 1);
@@ -209,17 +230,21 @@ TEST_F(SessionController, StaleRemoteDestroysProxyAfterThreeSeconds) {
     fresh_remote_row();
     const int64_t fresh = kT0 + 8 * kSecond;
     EXPECT_EQ(tick(fresh), GameThreadCommand::SyncProxy);
-    const int64_t lastFresh = stamps.lastRemoteFreshAt;
     proxyActive.store(true);
 
     set_file_age(exchange_dir() / "remote_players.tsv", 5);
     EXPECT_EQ(tick(fresh + kSecond), GameThreadCommand::None);
     EXPECT_FALSE(remoteFresh.load());
-    EXPECT_EQ(stamps.lastRemoteFreshAt, lastFresh);
+    EXPECT_EQ(stamps.lastRemoteFreshAt, fresh);
     {
         std::lock_guard lock(remoteStateMutex);
         EXPECT_EQ(remotePlayerSnapshot.playerId, "p2"); // the last good row stays
     }
+    // A usable row within the three seconds keeps the proxy and starts the count again.
+    fresh_remote_row();
+    EXPECT_EQ(tick(fresh + 2 * kSecond), GameThreadCommand::SyncProxy);
+    const int64_t lastFresh = fresh + 2 * kSecond;
+    set_file_age(exchange_dir() / "remote_players.tsv", 5);
     EXPECT_EQ(tick(lastFresh + 3 * kSecond - 1), GameThreadCommand::None);
     EXPECT_EQ(tick(lastFresh + 3 * kSecond), GameThreadCommand::DestroyProxy);
     EXPECT_EQ(tick(lastFresh + 3 * kSecond + 1), GameThreadCommand::DestroyProxy);
@@ -231,14 +256,18 @@ TEST_F(SessionController, StaleRemoteDestroysProxyAfterThreeSeconds) {
     EXPECT_EQ(tick(lastFresh + 5 * kSecond), GameThreadCommand::SyncProxy);
 }
 
-TEST_F(SessionController, StopMarkerDestroysAnActiveProxyOnEveryCall) {
+TEST_F(SessionController, StopMarkerDestroysAnActiveProxyOnEveryCallAndPollsNoMore) {
+    fresh_remote_row();
     enable_session();
+    ASSERT_TRUE(remoteFresh.load());
     proxyActive.store(true);
     put("phase5g.stop.txt");
-    for (int i = 1; i <= 3; ++i)
-        EXPECT_EQ(tick(kT0 + 8 * kSecond + i), GameThreadCommand::DestroyProxy);
+    set_file_age(exchange_dir() / "remote_players.tsv", 5);
+    for (int64_t i = 1; i <= 3; ++i)
+        EXPECT_EQ(tick(kT0 + 7 * kSecond + i * kSecond / 10), GameThreadCommand::DestroyProxy);
     EXPECT_FALSE(sessionEnabled.load());
     EXPECT_TRUE(killSwitchEngaged.load());
+    EXPECT_TRUE(remoteFresh.load());
 }
 
 } // namespace

@@ -38,11 +38,10 @@ TEST(SimOptions, EveryFlagTakesBothSpellings) {
     ASSERT_EQ(parsed.action, ParsedCommandLine::Action::Run) << parsed.error;
     const sim::SimOptions& o = parsed.options;
     EXPECT_EQ(o.gameDir, "/games/b");
-    EXPECT_EQ(std::tie(o.tickMs, o.processEventHz, o.pawn.y, o.pawn.yaw, o.walk.speed),
-              std::make_tuple(2.5, 0.0, -2.0, 90.0, 50.0));
+    EXPECT_EQ(std::tie(o.tickMs, o.processEventHz, o.durationSeconds, o.pawn.y, o.pawn.yaw, o.walk.speed),
+              std::make_tuple(2.5, 0.0, 0.5, -2.0, 90.0, 50.0));
     EXPECT_FALSE(o.readyAfterSeconds || o.writeLocalState);
-    EXPECT_EQ(o.durationSeconds, 0.5);
-    EXPECT_EQ(o.engineMajor * 100 + o.engineMinor, 427);
+    EXPECT_EQ(std::tie(o.engineMajor, o.engineMinor), std::make_tuple(4, 27));
     EXPECT_EQ(o.walk.waypoints.size(), 2u);
     ASSERT_EQ(o.faults.size(), 2u);
     EXPECT_EQ(o.faults[0].op, standin::Op::Controller);
@@ -142,9 +141,8 @@ TEST(SimHookGuard, EveryKindOfEscapingExceptionIsCaughtAndCounted) {
     EXPECT_EQ(guard.escaped(), 3u);
 }
 
+// The process test shows the row of an ordinary pose.
 TEST(SimLocalState, RowHasFourNumbersAndTheMapEvenForHugeValues) {
-    EXPECT_EQ(sim::local_state_row({1.5, -2, 3.25, 0, 90, 0}, "Map_A"),
-              "1.500\t-2.000\t3.250\t90.000\tMap_A\n");
     const std::string huge = sim::local_state_row({1e200, 0, 0, 0, 0, 0}, "M");
     EXPECT_EQ(std::strtod(huge.c_str(), nullptr), 1e200);
     EXPECT_THAT(huge, ::testing::EndsWith(".000\t0.000\t0.000\t0.000\tM\n"));

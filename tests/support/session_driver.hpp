@@ -27,6 +27,12 @@ public:
 
     auto mod() -> RC::CppUserModBase& { return *m_object; }
     auto uninstall() -> void { m_mod.uninstall(std::exchange(m_object, nullptr)); }
+    // A new mod object from the library already loaded, as a host that reloads the mod creates it.
+    auto restart() -> void {
+        if (m_object)
+            uninstall();
+        m_object = m_mod.start();
+    }
 
     auto step() -> void {
         standin::clock().advance_ns(kStep);
