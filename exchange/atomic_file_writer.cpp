@@ -2,25 +2,9 @@
 
 #include "exchange/platform.hpp"
 
-#include <fstream>
-
 namespace korvath {
 
 std::mutex fileWriteMutex;
-
-namespace {
-
-auto write_whole_file(const std::filesystem::path& path, std::string_view content) -> bool {
-    std::ofstream out(path, std::ios::binary | std::ios::trunc);
-    if (!out)
-        return false;
-    out.write(content.data(), static_cast<std::streamsize>(content.size()));
-    out.flush();
-    out.close();
-    return !out.fail();
-}
-
-} // namespace
 
 auto write_text_file_atomically(const std::filesystem::path& target, std::string_view content) noexcept
     -> void {
@@ -32,7 +16,7 @@ auto write_text_file_atomically(const std::filesystem::path& target, std::string
         std::filesystem::path temporary = target;
         temporary += ".tmp";
         // A short write (disk full) must not replace a good report with a truncated one.
-        if (!write_whole_file(temporary, content)) {
+        if (!platform::write_new_file(temporary, content)) {
             std::filesystem::remove(temporary, ignored);
             return;
         }

@@ -1,5 +1,8 @@
+#include "exchange/atomic_file_writer.hpp"
 #include "exchange/exchange_directory.hpp"
 #include "exchange/file_tests.hpp"
+#include "exchange/local_state.hpp"
+#include "exchange/platform.hpp"
 #include "support/test_support.hpp"
 
 #include <gtest/gtest.h>
@@ -71,6 +74,21 @@ TEST_F(FileTests, ExchangePathJoinsOnce) {
     EXPECT_EQ(exchange_path(L"cpp_heartbeat.txt"), fs::path("/games/x/KorvathOnline/cpp_heartbeat.txt"));
     exchangeDirectory = "/games/missing";
     EXPECT_FALSE(exchange_file_exists(L"cpp_heartbeat.txt"));
+}
+
+// The game folder of every test has a non-ASCII name; this one also lies past 260 characters.
+TEST_F(FileTests, EveryOperationWorksInAnExchangeDirectoryPast260Characters) {
+    fs::path deep = exchangeDirectory / fs::path(u8"ゲームフォルダ");
+    while (deep.native().size() < 300)
+        deep /= "a-rather-long-folder-name";
+    exchangeDirectory = platform::extended_length_path(deep / "KorvathOnline");
+    write_text_file_atomically(exchange_path(L"local_state.tsv"), "1\t2\t3\t90\tMap_A\n");
+    LocalPlayerState local;
+    EXPECT_TRUE(read_local_state(local) && local.valid && local.yaw == 90.0f);
+    EXPECT_TRUE(exchange_file_exists(L"local_state.tsv"));
+    EXPECT_TRUE(is_exchange_file_fresh(L"local_state.tsv", 3));
+    delete_exchange_file(L"local_state.tsv");
+    EXPECT_FALSE(exchange_file_exists(L"local_state.tsv"));
 }
 
 TEST_F(FileTests, BaseDirectoryIsTheExecutablesFolder) {

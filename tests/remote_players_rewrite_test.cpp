@@ -8,11 +8,10 @@
 
 #include <algorithm>
 #include <atomic>
-#include <fcntl.h>
+#include <fstream>
 #include <string>
 #include <thread>
 #include <tuple>
-#include <unistd.h>
 #include <vector>
 
 namespace korvath::test {
@@ -24,11 +23,12 @@ auto fields(const RemotePlayerState& s) {
 
 // Truncates the file, then writes `content` in two writes split at `split`.
 auto rewrite_in_place(const fs::path& path, std::string_view content, std::size_t split) -> void {
-    const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    ASSERT_GE(fd, 0);
-    for (const std::string_view part : {content.substr(0, split), content.substr(split)})
-        EXPECT_EQ(::write(fd, part.data(), part.size()), static_cast<ssize_t>(part.size()));
-    ::close(fd);
+    std::ofstream out(path, std::ios::binary | std::ios::trunc);
+    ASSERT_TRUE(out);
+    for (const std::string_view part : {content.substr(0, split), content.substr(split)}) {
+        out.write(part.data(), static_cast<std::streamsize>(part.size()));
+        EXPECT_TRUE(out.flush());
+    }
 }
 
 // Rewritten in place with the split moving, the file may be read empty or cut anywhere: the hardest

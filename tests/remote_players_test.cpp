@@ -85,10 +85,12 @@ TEST_F(RemotePlayers, SomethingOtherThanAFileFailsWithoutBlocking) {
     fs::create_directories(path());
     EXPECT_FALSE(read_remote_players(out));
     fs::remove(path());
+#ifndef _WIN32
     ASSERT_EQ(mkfifo(path().c_str(), 0600), 0); // no writer: a blocking open would hang here
     EXPECT_FALSE(read_remote_players(out));
     EXPECT_EQ(fields(out), fields(kUntouched));
     fs::remove(path());
+#endif
 }
 
 } // namespace

@@ -20,7 +20,7 @@ namespace tool = korvath::session_tool;
 using namespace std::chrono_literals;
 using ::testing::HasSubstr;
 
-const fs::path kSimulator = fs::path(KORVATH_TOOLS_DIR) / "korvath-sim";
+const fs::path kSimulator = fs::path(KORVATH_TOOLS_DIR) / ("korvath-sim" KORVATH_EXECUTABLE_SUFFIX);
 
 auto exchange_of(const fs::path& game) -> fs::path {
     return game / "KorvathOnline";
@@ -89,7 +89,7 @@ TEST(SimProcess, EachEngineFailureEndsInItsErrorReport) {
             kSimulator,
             std::vector<std::string>{"--game-dir", game.string(), "--ready-after", "0.1", "--duration", "40",
                                      "--fail", cases[index].first},
-            game.string() + ".log"));
+            fs::path(game) += ".log"));
     }
     wait_for(20s, [&] {
         bool all = true;

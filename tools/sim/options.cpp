@@ -1,5 +1,7 @@
 #include "tools/sim/options.hpp"
 
+#include "tools/platform/os.hpp"
+
 #include "tools/sim/text_values.hpp"
 
 #include <array>
@@ -55,14 +57,14 @@ auto flags() -> const std::array<Flag, 13>& {
          [](SimOptions& o, std::string_view v) -> std::optional<std::string> {
              if (v.empty())
                  return "expected a directory";
-             o.gameDir = std::filesystem::absolute(std::filesystem::path(v)).lexically_normal();
+             o.gameDir = std::filesystem::absolute(os::utf8_path(v)).lexically_normal();
              return std::nullopt;
          }},
         {"--mod", true,
          [](SimOptions& o, std::string_view v) -> std::optional<std::string> {
              if (v.empty())
                  return "expected a library path";
-             o.modLibrary = std::filesystem::absolute(std::filesystem::path(v));
+             o.modLibrary = std::filesystem::absolute(os::utf8_path(v));
              return std::nullopt;
          }},
         {"--tick-ms", true,
@@ -152,8 +154,8 @@ auto flags() -> const std::array<Flag, 13>& {
                                                    optional<std::string> {
                                                        if (v.empty())
                                                            return "expected a file path";
-                                                       o.worldLog = std::filesystem::absolute(
-                                                           std::filesystem::path(v));
+                                                       o.worldLog =
+                                                           std::filesystem::absolute(os::utf8_path(v));
                                                        return std::nullopt;
                                                    }},
     }};

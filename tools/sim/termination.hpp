@@ -1,5 +1,6 @@
 #pragma once
-// The simulated game ends on SIGINT, SIGTERM or when its run time is up.
+// The simulated game ends on SIGINT, SIGTERM (on Windows: Ctrl+C, Ctrl+Break, closing the console) or
+// when its run time is up.
 
 #include <optional>
 #include <string>
@@ -8,6 +9,7 @@ namespace korvath::sim {
 
 // Blocks SIGINT and SIGTERM in the calling thread and every thread it starts afterwards, so that only
 // wait_for_termination receives them; ignores SIGPIPE (a closed standard output must not kill the game).
+// On Windows: installs the console handler that wakes wait_for_termination.
 auto block_termination_signals() -> void;
 
 // Waits for SIGINT or SIGTERM, or until `seconds` have passed (none: no time limit). Returns what ended
