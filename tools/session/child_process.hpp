@@ -1,7 +1,8 @@
 #pragma once
 // A program the tool starts and owns: its standard output and error go to one log file, and it is
-// ended with SIGTERM, then SIGKILL if it does not exit in time (on Windows: Ctrl+Break to its process
-// group, then the termination of its job, which takes any process it started along).
+// ended with SIGTERM, then SIGKILL if it does not exit in time. On Windows it gets Ctrl+Break and its
+// stop event "Local\korvath-stop-<process id>" (which the simulator waits for; console events need a
+// shared console), then its job is terminated, which takes any process it started along.
 
 #include <chrono>
 #include <cstdint>
@@ -36,6 +37,7 @@ private:
     std::intptr_t m_process = -1;
     std::intptr_t m_job = -1;
     unsigned long m_group = 0;
+    std::intptr_t m_stopEvent = -1;
     std::optional<int> m_status;
 };
 

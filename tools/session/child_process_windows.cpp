@@ -88,6 +88,8 @@ ChildProcess::ChildProcess(const std::filesystem::path& program, const std::vect
         throw std::runtime_error("cannot start " + program.string() + ": error " + std::to_string(error));
     }
     AssignProcessToJobObject(job, process.hProcess);
+    const std::wstring stopName = L"Local\\korvath-stop-" + std::to_wstring(process.dwProcessId);
+    m_stopEvent = reinterpret_cast<std::intptr_t>(CreateEventW(nullptr, TRUE, FALSE, stopName.c_str()));
     ResumeThread(process.hThread);
     CloseHandle(process.hThread);
     m_process = reinterpret_cast<std::intptr_t>(process.hProcess);
@@ -96,6 +98,8 @@ ChildProcess::ChildProcess(const std::filesystem::path& program, const std::vect
 }
 
 ChildProcess::~ChildProcess() {
+    if (m_stopEvent != 0 && m_stopEvent != -1)
+        CloseHandle(handle(m_stopEvent));
     if (m_job != -1) {
         TerminateJobObject(handle(m_job), 1);
         CloseHandle(handle(m_job));
@@ -126,6 +130,8 @@ auto ChildProcess::terminate(std::chrono::milliseconds grace) -> int {
     if (poll())
         return *m_status;
     GenerateConsoleCtrlEvent(CTRL_BREAK_EVENT, m_group);
+    if (m_stopEvent != 0 && m_stopEvent != -1)
+        SetEvent(handle(m_stopEvent));
     const auto deadline = std::chrono::steady_clock::now() + grace;
     while (!poll() && std::chrono::steady_clock::now() < deadline)
         std::this_thread::sleep_for(kReapPoll);

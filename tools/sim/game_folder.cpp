@@ -1,6 +1,7 @@
 #include "tools/sim/game_folder.hpp"
 
 #include "tools/platform/os.hpp"
+#include "tools/sim/termination.hpp"
 
 #include <cstdlib>
 #include <stdexcept>
@@ -74,6 +75,7 @@ auto enter_game_folder(const fs::path& gameDir, const fs::path& modLibrary,
     if (fs::is_regular_file(hostLibrary, error))
         install_file(hostLibrary, gameDir / KORVATH_SIM_HOST_FILE_NAME);
     os::set_environment(kRelaunchedVariable, "1");
+    prepare_termination_for_copy();
     os::replace_process(copy, args);
 }
 

@@ -5,12 +5,18 @@
 
 #include <atomic>
 #include <chrono>
+#include <cwchar>
+#include <string>
 
 namespace korvath::sim {
 
 namespace {
 
 HANDLE terminationEvent = nullptr;
+HANDLE stopRequest = nullptr;
+// Set by the first process for the copy of itself it runs from the game folder: the stop event is named
+// after the process the session tool started.
+constexpr const wchar_t* kStopOwnerVariable = L"KORVATH_SIM_STOP_OWNER";
 std::atomic<DWORD> terminationKind{0};
 
 // Runs on a thread of its own that the system starts for the event.
@@ -36,9 +42,18 @@ auto event_name(DWORD kind) -> std::string {
 
 } // namespace
 
+auto prepare_termination_for_copy() -> void {
+    if (GetEnvironmentVariableW(kStopOwnerVariable, nullptr, 0) == 0)
+        SetEnvironmentVariableW(kStopOwnerVariable, std::to_wstring(GetCurrentProcessId()).c_str());
+}
+
 auto block_termination_signals() -> void {
     terminationEvent = CreateEventW(nullptr, TRUE, FALSE, nullptr);
     SetConsoleCtrlHandler(on_console_event, TRUE);
+    wchar_t owner[32] = {};
+    if (GetEnvironmentVariableW(kStopOwnerVariable, owner, 32) == 0)
+        swprintf(owner, 32, L"%lu", GetCurrentProcessId());
+    stopRequest = CreateEventW(nullptr, TRUE, FALSE, (std::wstring(L"Local\\korvath-stop-") + owner).c_str());
 }
 
 auto wait_for_termination(std::optional<double> seconds) -> std::string {
@@ -53,8 +68,12 @@ auto wait_for_termination(std::optional<double> seconds) -> std::string {
                 return "end of --duration";
             timeout = static_cast<DWORD>(left.count());
         }
-        if (WaitForSingleObject(terminationEvent, timeout) == WAIT_OBJECT_0)
+        const HANDLE events[] = {terminationEvent, stopRequest};
+        const DWORD woken = WaitForMultipleObjects(stopRequest ? 2 : 1, events, FALSE, timeout);
+        if (woken == WAIT_OBJECT_0)
             return event_name(terminationKind.load());
+        if (woken == WAIT_OBJECT_0 + 1)
+            return "stop request";
     }
 }
 

@@ -10,7 +10,7 @@
 namespace korvath::sim {
 
 WorldLog::WorldLog(const std::filesystem::path& path)
-    : m_file(os::open_file(path, "w")) {
+    : m_file(os::open_file(path, "wb")) {
     if (!m_file)
         throw std::runtime_error("cannot open the world log " + path.string());
 }
