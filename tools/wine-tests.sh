@@ -8,7 +8,8 @@ cd "$(dirname "$0")/.."
 export WINEPREFIX="$PWD/build/mingw/wine-prefix" WINEDEBUG=-all
 wine=$(command -v wine64 || echo /usr/lib/wine/wine64)
 SECONDS=0
-wineserver -p </dev/null >/dev/null 2>&1
+mkdir -p "$WINEPREFIX"
+wineserver -p </dev/null >/dev/null 2>&1 || true # one may be running already
 trap 'wineserver -k </dev/null >/dev/null 2>&1 || true' EXIT
 "$wine" wineboot </dev/null >/dev/null 2>&1
 echo "Wine ready in ${SECONDS} s"

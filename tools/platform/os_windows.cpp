@@ -1,5 +1,7 @@
 #include "tools/platform/os.hpp"
 
+#include "tools/platform/command_line_windows.hpp"
+
 #define WIN32_LEAN_AND_MEAN
 #include <windows.h>
 
@@ -15,35 +17,9 @@ namespace korvath::os {
 
 namespace {
 
-auto wide(std::string_view utf8) -> std::wstring {
-    return std::filesystem::path(std::u8string(utf8.begin(), utf8.end())).native();
-}
-
 auto utf8(std::wstring_view text) -> std::string {
     const std::u8string bytes = std::filesystem::path(text).u8string();
     return {bytes.begin(), bytes.end()};
-}
-
-// Quotes one argument so that the C runtime's parser gives it back unchanged.
-auto quoted(const std::wstring& arg) -> std::wstring {
-    if (!arg.empty() && arg.find_first_of(L" \t\n\v\"") == std::wstring::npos)
-        return arg;
-    std::wstring out = L"\"";
-    for (std::size_t i = 0;; ++i) {
-        std::size_t backslashes = 0;
-        while (i < arg.size() && arg[i] == L'\\')
-            ++i, ++backslashes;
-        if (i == arg.size()) {
-            out.append(backslashes * 2, L'\\');
-            break;
-        }
-        if (arg[i] == L'"')
-            out.append(backslashes * 2 + 1, L'\\');
-        else
-            out.append(backslashes, L'\\');
-        out += arg[i];
-    }
-    return out + L"\"";
 }
 
 } // namespace
@@ -124,9 +100,9 @@ auto local_time(std::time_t time) -> std::tm {
 }
 
 auto run_and_wait(const std::filesystem::path& program, const std::vector<std::string>& args) -> int {
-    std::wstring commandLine = quoted(program.native());
-    for (std::size_t i = 1; i < args.size(); ++i)
-        commandLine += L" " + quoted(wide(args[i]));
+    // args[0] is this program's name for itself; the new process gets `program` in its place.
+    std::wstring commandLine =
+        command_line(program, std::vector<std::string>(args.begin() + (args.empty() ? 0 : 1), args.end()));
     STARTUPINFOW startup{};
     startup.cb = sizeof startup;
     PROCESS_INFORMATION process{};

@@ -3,6 +3,8 @@
 #define WIN32_LEAN_AND_MEAN
 #include <windows.h>
 
+#include "tools/platform/command_line_windows.hpp"
+
 #include <stdexcept>
 #include <thread>
 
@@ -16,29 +18,6 @@ auto handle(std::intptr_t value) -> HANDLE {
     return reinterpret_cast<HANDLE>(value);
 }
 
-// Quotes one argument so that the C runtime's parser gives it back unchanged.
-auto quoted(const std::wstring& arg) -> std::wstring {
-    if (!arg.empty() && arg.find_first_of(L" \t\n\v\"") == std::wstring::npos)
-        return arg;
-    std::wstring out = L"\"";
-    for (std::size_t i = 0;; ++i) {
-        std::size_t backslashes = 0;
-        while (i < arg.size() && arg[i] == L'\\')
-            ++i, ++backslashes;
-        if (i == arg.size()) {
-            out.append(backslashes * 2, L'\\');
-            break;
-        }
-        out.append(arg[i] == L'"' ? backslashes * 2 + 1 : backslashes, L'\\');
-        out += arg[i];
-    }
-    return out + L"\"";
-}
-
-auto wide(const std::string& utf8) -> std::wstring {
-    return std::filesystem::path(std::u8string(utf8.begin(), utf8.end())).native();
-}
-
 auto inheritable(HANDLE value) -> HANDLE {
     SetHandleInformation(value, HANDLE_FLAG_INHERIT, HANDLE_FLAG_INHERIT);
     return value;
@@ -48,9 +27,7 @@ auto inheritable(HANDLE value) -> HANDLE {
 
 ChildProcess::ChildProcess(const std::filesystem::path& program, const std::vector<std::string>& args,
                            const std::filesystem::path& logFile) {
-    std::wstring commandLine = quoted(program.native());
-    for (const auto& arg : args)
-        commandLine += L" " + quoted(wide(arg));
+    std::wstring commandLine = os::command_line(program, args);
 
     SECURITY_ATTRIBUTES inherit{sizeof inherit, nullptr, TRUE};
     const HANDLE log =
