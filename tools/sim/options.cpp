@@ -216,12 +216,13 @@ auto usage_text() -> std::string {
 Runs one simulated game process with the mod loaded: the host's update thread, the engine-ready
 hook and a game thread making ProcessEvent calls, over a world with the player controller and the
 local pawn. The mod's console lines go to standard output, the simulator's own messages to
-standard error. Runs until SIGINT or SIGTERM, or for --duration seconds; then exits 0.
+standard error. Runs until SIGINT or SIGTERM (on Windows: Ctrl+C, Ctrl+Break or the session tool's
+stop event), or for --duration seconds; then exits 0.
 
   --game-dir DIR          folder of the game's executable (required); the simulator runs from a copy
                           of itself there, so the mod's exchange directory is DIR/KorvathOnline
-  --mod PATH              mod library to install as DIR/Mods/KorvathOnlineCpp/dlls/main.so
-                          (default: libKorvathOnlineCpp.so next to this program, else the build's own)
+  --mod PATH              mod library to install as DIR/Mods/KorvathOnlineCpp/dlls/main.dll (main.so
+                          on Linux) (default: the mod's library next to this program, else the build's own)
   --tick-ms MS            period of on_host_tick on the update thread (default 5)
   --ready-after SECONDS   when on_unreal_ready is called, fractional or 'never' (default 1)
   --process-event-hz HZ   ProcessEvent calls per second on the game thread, 0 for none (default 1000)
