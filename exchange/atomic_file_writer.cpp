@@ -2,23 +2,11 @@
 
 #include "exchange/platform.hpp"
 
-#include <fstream>
-
 namespace korvath {
 
 std::mutex fileWriteMutex;
 
 namespace {
-
-auto write_whole_file(const std::filesystem::path& path, std::string_view content) -> bool {
-    std::ofstream out(path, std::ios::binary | std::ios::trunc);
-    if (!out)
-        return false;
-    out.write(content.data(), static_cast<std::streamsize>(content.size()));
-    out.flush();
-    out.close();
-    return !out.fail();
-}
 
 // An empty directory in the way of a report is removed, so the report is written now rather than never; a
 // directory with anything in it is left alone. True when it was there and is gone.
@@ -39,9 +27,9 @@ auto write_text_file_atomically(const std::filesystem::path& target, std::string
         std::filesystem::path temporary = target;
         temporary += ".tmp";
         // A short write (disk full) must not replace a good report with a truncated one.
-        bool written = write_whole_file(temporary, content);
+        bool written = platform::write_new_file(temporary, content);
         if (!written && remove_empty_directory(temporary))
-            written = write_whole_file(temporary, content);
+            written = platform::write_new_file(temporary, content);
         if (!written) {
             std::filesystem::remove(temporary, ignored);
             return;

@@ -12,6 +12,15 @@ namespace korvath::platform {
 // system cannot give it or it is 32768 characters or longer.
 auto executable_path() -> std::optional<std::filesystem::path>;
 
+// The form of an absolute directory path under which every file call works whatever its length: on
+// Windows, when files below it could pass 260 characters, the extended-length form ("\\?\" prefix, which
+// lifts that limit); otherwise, and on other systems, the path itself.
+auto extended_length_path(std::filesystem::path path) -> std::filesystem::path;
+
+// Creates or truncates `path` and writes `content`; false when any step failed. On Windows the file is
+// opened with every share flag, so a reader of a stale temporary file never blocks the write.
+auto write_new_file(const std::filesystem::path& path, std::string_view content) -> bool;
+
 // Moves `from` onto `to`, replacing `to`; false when the file could not be moved.
 auto replace_file(const std::filesystem::path& from, const std::filesystem::path& to) -> bool;
 

@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <ctime>
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -27,6 +28,26 @@ auto executable_path() -> std::optional<std::filesystem::path> {
     if (length <= 0 || static_cast<std::size_t>(length) >= kPathBufferSize)
         return std::nullopt;
     return std::filesystem::path(std::string(buffer, static_cast<std::size_t>(length)));
+}
+
+auto extended_length_path(std::filesystem::path path) -> std::filesystem::path {
+    return path;
+}
+
+auto write_new_file(const std::filesystem::path& path, std::string_view content) -> bool {
+    const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+    if (fd < 0)
+        return false;
+    bool ok = true;
+    while (ok && !content.empty()) {
+        const ssize_t written = ::write(fd, content.data(), content.size());
+        if (written < 0 && errno == EINTR)
+            continue;
+        ok = written > 0;
+        if (ok)
+            content.remove_prefix(static_cast<std::size_t>(written));
+    }
+    return ::close(fd) == 0 && ok;
 }
 
 auto replace_file(const std::filesystem::path& from, const std::filesystem::path& to) -> bool {

@@ -1,13 +1,13 @@
 #pragma once
 
-#include "Mod/CppUserModBase.hpp"
+#include "KorvathModBase.hpp"
 #include "session/session_controller.hpp"
 
 namespace korvath {
 
 // The mod object the host creates through start_mod. It keeps only the update hook's timestamps;
 // everything else lives in the process-wide session state.
-class KorvathOnlineCpp : public RC::CppUserModBase {
+class KorvathOnlineCpp : public ModBase {
 public:
     // Entry thread: resolves the exchange directory, reads the role, writes the loaded report,
     // clears the reports of an earlier run and announces itself on the console.

@@ -1,8 +1,11 @@
 // Existence, deletion and age of exchange files. The system-clock path is covered by the freshness
 // tests of both input tables; here the exact boundary on the file-time scale.
 
+#include "exchange/atomic_file_writer.hpp"
 #include "exchange/exchange_directory.hpp"
 #include "exchange/file_tests.hpp"
+#include "exchange/local_state.hpp"
+#include "exchange/platform.hpp"
 #include "support/test_support.hpp"
 
 #include <gtest/gtest.h>
@@ -48,11 +51,31 @@ TEST_F(FileTests, ExistenceAndDeletion) {
     EXPECT_NO_THROW(delete_exchange_file(L"phase5g.stop.txt")); // missing: quiet
 }
 
-TEST_F(FileTests, ExchangePathJoinsOnceAndTheBaseIsTheExecutablesFolder) {
-    for (const char* dir : {"/games/x/KorvathOnline", "/games/x/KorvathOnline/"}) {
-        exchangeDirectory = dir;
-        EXPECT_EQ(exchange_path(L"cpp_heartbeat.txt"), fs::path("/games/x/KorvathOnline/cpp_heartbeat.txt"));
-    }
+TEST_F(FileTests, ExchangePathJoinsOnce) {
+    exchangeDirectory = "/games/x/KorvathOnline";
+    EXPECT_EQ(exchange_path(L"cpp_heartbeat.txt"), fs::path("/games/x/KorvathOnline/cpp_heartbeat.txt"));
+    exchangeDirectory = "/games/x/KorvathOnline/";
+    EXPECT_EQ(exchange_path(L"cpp_heartbeat.txt"), fs::path("/games/x/KorvathOnline/cpp_heartbeat.txt"));
+    exchangeDirectory = "/games/missing";
+    EXPECT_FALSE(exchange_file_exists(L"cpp_heartbeat.txt"));
+}
+
+// The game folder of every test has a non-ASCII name; this one also lies past 260 characters.
+TEST_F(FileTests, EveryOperationWorksInAnExchangeDirectoryPast260Characters) {
+    fs::path deep = exchangeDirectory / fs::path(u8"ゲームフォルダ");
+    while (deep.native().size() < 300)
+        deep /= "a-rather-long-folder-name";
+    exchangeDirectory = platform::extended_length_path(deep / "KorvathOnline");
+    write_text_file_atomically(exchange_path(L"local_state.tsv"), "1\t2\t3\t90\tMap_A\n");
+    LocalPlayerState local;
+    EXPECT_TRUE(read_local_state(local) && local.valid && local.yaw == 90.0f);
+    EXPECT_TRUE(exchange_file_exists(L"local_state.tsv"));
+    EXPECT_TRUE(is_exchange_file_fresh(L"local_state.tsv", 3));
+    delete_exchange_file(L"local_state.tsv");
+    EXPECT_FALSE(exchange_file_exists(L"local_state.tsv"));
+}
+
+TEST_F(FileTests, BaseDirectoryIsTheExecutablesFolder) {
     EXPECT_EQ(resolve_base_directory(), binaries_dir());
 }
 

@@ -99,6 +99,9 @@ TEST_F(Lifecycle, UnwritableExchangeDirectoryLosesOnlyTheReports) {
 }
 
 TEST(LibraryExports, OnlyTheTwoEntryPointsAreExported) {
+#ifdef _WIN32
+    GTEST_SKIP() << "a Windows build checks its DLLs' export tables with objdump, outside Wine";
+#endif
     for (const char* library : {KORVATH_MOD_LIBRARY, KORVATH_DRIVEN_MOD_LIBRARY}) {
         const std::string command = std::string("nm -D --defined-only ") + library;
         FILE* pipe = popen(command.c_str(), "r");

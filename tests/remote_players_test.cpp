@@ -8,12 +8,11 @@
 
 #include <algorithm>
 #include <atomic>
-#include <fcntl.h>
+#include <fstream>
 #include <string>
 #include <sys/stat.h>
 #include <thread>
 #include <tuple>
-#include <unistd.h>
 #include <vector>
 
 namespace korvath::test {
@@ -91,10 +90,12 @@ TEST_F(RemotePlayers, SomethingOtherThanAFileFailsWithoutBlocking) {
     fs::create_directories(path());
     EXPECT_FALSE(read_remote_players(out));
     fs::remove(path());
+#ifndef _WIN32
     ASSERT_EQ(mkfifo(path().c_str(), 0600), 0); // no writer: a blocking open would hang here
     EXPECT_FALSE(read_remote_players(out));
     EXPECT_EQ(fields(out), fields(kUntouched));
     fs::remove(path());
+#endif
 }
 
 // The file is truncated, then written in two parts split at a moving place, so it may be read empty or
@@ -117,11 +118,12 @@ TEST_F(RemotePlayers, RewrittenInPlaceEveryPollGivesACompleteWrittenRowOrNothing
         for (std::size_t n = 0; n < 3000; ++n) {
             const std::string content = rows[n % rows.size()] + "\n" + rows[(n + 1) % rows.size()] + "\n";
             const std::string_view view = content;
-            const int fd = ::open(path().c_str(), O_WRONLY | O_TRUNC);
+            std::ofstream out(path(), std::ios::binary | std::ios::trunc);
             for (const std::string_view part :
-                 {view.substr(0, n % view.size()), view.substr(n % view.size())})
-                EXPECT_EQ(::write(fd, part.data(), part.size()), static_cast<ssize_t>(part.size()));
-            ::close(fd);
+                 {view.substr(0, n % view.size()), view.substr(n % view.size())}) {
+                out.write(part.data(), static_cast<std::streamsize>(part.size()));
+                EXPECT_TRUE(out.flush());
+            }
         }
         done.store(true);
     });

@@ -30,7 +30,7 @@ public:
     explicit ThreadedHost(RC::CppUserModBase* mod)
         : m_mod(mod) {
         m_game = std::thread([this] {
-            standin::engine().set_game_thread(std::this_thread::get_id());
+            standin::engine().declare_game_thread();
             m_gameStarted.store(true);
             while (!m_stop.load())
                 standin::engine().process_event();
@@ -52,7 +52,7 @@ public:
         for (auto* thread : {&m_ready, &m_update, &m_game})
             if (thread->joinable())
                 thread->join();
-        standin::engine().set_game_thread(std::thread::id{});
+        standin::engine().forget_game_thread();
     }
 
 private:

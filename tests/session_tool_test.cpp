@@ -5,6 +5,7 @@
 #include "exchange/local_state.hpp"
 #include "exchange/remote_players.hpp"
 #include "support/test_support.hpp"
+#include "tools/session/child_process.hpp"
 #include "tools/session/client_snapshot.hpp"
 #include "tools/session/command_line.hpp"
 #include "tools/session/local_state_line.hpp"
@@ -15,7 +16,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <sys/wait.h>
 
 namespace korvath::test {
 namespace {
@@ -24,8 +24,8 @@ namespace tool = korvath::session_tool;
 using namespace std::chrono_literals;
 using ::testing::HasSubstr;
 
-const fs::path kSession = fs::path(KORVATH_TOOLS_DIR) / "korvath-session";
-const fs::path kSim = fs::path(KORVATH_TOOLS_DIR) / "korvath-sim";
+const fs::path kSession = fs::path(KORVATH_TOOLS_DIR) / ("korvath-session" KORVATH_EXECUTABLE_SUFFIX);
+const fs::path kSim = fs::path(KORVATH_TOOLS_DIR) / ("korvath-sim" KORVATH_EXECUTABLE_SUFFIX);
 
 // The tool knows the mod only through the files: what it accepts of a local state, and the row it
 // relays from it, must read in the mod exactly as the mod reads that local state.
@@ -106,20 +106,18 @@ TEST(SessionToolSnapshot, AReportCaughtMidReplacementKeepsItsLastContent) {
     const auto now = fs::file_time_type::clock::now();
     const auto first = tool::take_client_snapshot(game, nullptr, now);
     EXPECT_EQ(first.reports[1], (tool::ReportState{true, "phase=5G\n"}));
-    fs::rename(status, status.string() + ".tmp"); // the mod removed the report and has not renamed yet
+    const fs::path temporary = fs::path(status) += ".tmp";
+    fs::rename(status, temporary); // the mod removed the report and has not renamed yet
     EXPECT_EQ(tool::take_client_snapshot(game, &first, now).reports[1], first.reports[1]);
-    fs::remove(status.string() + ".tmp");
+    fs::remove(temporary);
     EXPECT_FALSE(tool::take_client_snapshot(game, &first, now).reports[1].present);
 }
 
-// Runs `program` with `args` (each quoted for the shell); the exit code and stdout and stderr together.
+// Runs `program` with `args`; the exit code and stdout and stderr together.
 auto run(const fs::path& program, const std::vector<std::string>& args) -> std::pair<int, std::string> {
-    std::string command = "'" + program.string() + "'";
-    for (const auto& arg : args)
-        command += " '" + arg + "'";
     const fs::path output = scratch_dir("run") / "output.txt";
-    const int status = std::system((command + " >'" + output.string() + "' 2>&1").c_str());
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, read_file(output)};
+    const int status = tool::ChildProcess(program, args, output).wait();
+    return {status, read_file(output)};
 }
 
 TEST(ToolProcess, BothToolsAnswerAndExitTwoOnABadArgument) {
@@ -181,9 +179,9 @@ TEST(SessionToolProcess, WatchShowsEachClientsHeartbeatAndReports) {
                                                (dir / "stale").string(), "--duration", "0.5"});
     EXPECT_EQ(code, 0) << output;
     for (const char* text :
-         {"/live ==  CLIENT_B  heartbeat live  TEST FAILED\n", "  movementUpdates=7  ",
+         {"live ==  CLIENT_B  heartbeat live  TEST FAILED\n", "  movementUpdates=7  ",
           "\n  status        absent\n", "\n  mod_loaded    KorvathOnlineCpp Phase 5G loaded.\n",
-          "/none ==  no KorvathOnline folder yet\n", "/stale ==  heartbeat STALE\n"})
+          "none ==  no KorvathOnline folder yet\n", "stale ==  heartbeat STALE\n"})
         EXPECT_THAT(output, HasSubstr(text));
     EXPECT_EQ(output.find("\x1b["), std::string::npos) << "no screen control into a file";
 }

@@ -24,7 +24,7 @@ namespace tool = korvath::session_tool;
 using namespace std::chrono_literals;
 using ::testing::HasSubstr;
 
-const fs::path kSimulator = fs::path(KORVATH_TOOLS_DIR) / "korvath-sim";
+const fs::path kSimulator = fs::path(KORVATH_TOOLS_DIR) / ("korvath-sim" KORVATH_EXECUTABLE_SUFFIX);
 
 auto exchange_of(const fs::path& game) -> fs::path {
     return game / "KorvathOnline";
@@ -107,7 +107,8 @@ TEST(SimProcess, EachEngineFailureEndsInItsErrorReport) {
         std::istringstream faults(cases[index].first);
         for (std::string fault; faults >> fault;)
             arguments.insert(arguments.end(), {"--fail", fault});
-        games.push_back(std::make_unique<tool::ChildProcess>(kSimulator, arguments, game.string() + ".log"));
+        games.push_back(
+            std::make_unique<tool::ChildProcess>(kSimulator, arguments, fs::path(game) += ".log"));
     }
     wait_for(20s, [&] {
         bool all = true;
@@ -122,7 +123,7 @@ TEST(SimProcess, EachEngineFailureEndsInItsErrorReport) {
         EXPECT_EQ(report(index, "cpp_phase5g_error.txt"), cases[index].second) << cases[index].first;
         EXPECT_EQ(games[index]->terminate(5s), 0) << cases[index].first;
         EXPECT_NE(report(index, "cpp_mod_unloaded.txt"), "") << cases[index].first;
-        EXPECT_LE(most_live_characters(game_of(index).string() + ".world"), 2) << cases[index].first;
+        EXPECT_LE(most_live_characters(fs::path(game_of(index)) += ".world"), 2) << cases[index].first;
     }
 }
 

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs what is missing, then builds and runs the whole test suite: warnings as errors, then
-# under AddressSanitizer + UndefinedBehaviorSanitizer and under ThreadSanitizer, plus a format check.
+# under AddressSanitizer + UndefinedBehaviorSanitizer and under ThreadSanitizer, plus a format check,
+# and the Windows cross build (MinGW-w64) with its tests under Wine.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -18,4 +19,8 @@ run_preset() {
 run_preset ci
 run_preset asan
 run_preset tsan
+echo "=== mingw: configure, build, test under Wine"
+cmake --preset mingw >/dev/null
+cmake --build --preset mingw -j "$(nproc)"
+./tools/wine-tests.sh
 echo "=== all tests passed"

@@ -220,8 +220,12 @@ auto Engine::journal() const -> std::vector<std::string> {
     return m_journal;
 }
 
-auto Engine::set_game_thread(std::thread::id id) -> void {
-    m_gameThread.store(id);
+auto Engine::declare_game_thread() -> void {
+    m_gameThread.store(std::this_thread::get_id());
+}
+
+auto Engine::forget_game_thread() -> void {
+    m_gameThread.store(std::thread::id{});
 }
 
 auto Engine::check_thread() const -> void {

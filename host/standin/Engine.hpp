@@ -124,9 +124,12 @@ public:
     // One entry per engine call the mod made, e.g. "SetActorHiddenInGame(0)".
     auto journal() const -> std::vector<std::string>;
 
-    // Engine objects may be touched only on the game thread; once one is declared, a call from any
-    // other thread aborts the process (it is a bug of the caller).
-    auto set_game_thread(std::thread::id id) -> void;
+    // Engine objects may be touched only on the game thread; once the calling thread is declared as
+    // it, a call from any other thread aborts the process (it is a bug of the caller). The thread is
+    // recorded here, in the host's library: on Windows each module with its own static C++ runtime
+    // numbers threads differently.
+    auto declare_game_thread() -> void;
+    auto forget_game_thread() -> void;
 
     // Runs one ProcessEvent call: every registered pre-callback, in registration order.
     auto process_event(UObject* context = nullptr, UFunction* function = nullptr, void* parms = nullptr)

@@ -1,21 +1,21 @@
 #include "support/test_support.hpp"
 
+#include "exchange/platform.hpp"
 #include "mod/session_state.hpp"
 #include "standin/Clock.hpp"
 #include "standin/Engine.hpp"
+#include "tools/platform/os.hpp"
 
 #include <atomic>
 #include <cstdio>
-#include <fcntl.h>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
-#include <sys/stat.h>
 
 namespace korvath::test {
 
 auto binaries_dir() -> fs::path {
-    return fs::read_symlink("/proc/self/exe").parent_path();
+    return os::this_executable().parent_path();
 }
 
 auto exchange_dir() -> fs::path {
@@ -32,10 +32,10 @@ auto scratch_dir(std::string_view name) -> fs::path {
 }
 
 auto read_file(const fs::path& path) -> std::string {
-    std::ifstream in(path, std::ios::binary);
-    if (!in)
+    auto content = os::read_shared(path);
+    if (!content)
         throw std::runtime_error("cannot read " + path.string());
-    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+    return std::move(*content);
 }
 
 auto write_file(const fs::path& path, std::string_view bytes) -> void {
@@ -47,20 +47,7 @@ auto write_file(const fs::path& path, std::string_view bytes) -> void {
 }
 
 auto set_file_age(const fs::path& path, int64_t secondsAgo, int64_t extraNanoseconds) -> void {
-    timespec now{};
-    clock_gettime(CLOCK_REALTIME, &now);
-    constexpr int64_t kUnixEpoch = 116444736000000000; // 1970-01-01 on the file-time scale
-    set_file_time(path, kUnixEpoch + (static_cast<int64_t>(now.tv_sec) - secondsAgo) * 10'000'000 +
-                            (now.tv_nsec - extraNanoseconds) / 100);
-}
-
-auto set_file_time(const fs::path& path, int64_t fileTime) -> void {
-    constexpr int64_t kUnixEpoch = 116444736000000000; // 1970-01-01 on the file-time scale
-    const int64_t units = fileTime - kUnixEpoch;
-    timespec t{static_cast<time_t>(units / 10'000'000), static_cast<long>(units % 10'000'000) * 100};
-    timespec times[2] = {t, t};
-    if (utimensat(AT_FDCWD, path.c_str(), times, 0) != 0)
-        throw std::runtime_error("cannot set the time of " + path.string());
+    set_file_time(path, platform::system_file_time_now() - secondsAgo * 10'000'000 - extraNanoseconds / 100);
 }
 
 auto reset_session_state() -> void {
@@ -79,7 +66,8 @@ auto reset_session_state() -> void {
 
 auto load_mod_copy(const fs::path& library) -> standin::LoadedMod {
     static std::atomic<int> counter{0};
-    const fs::path copy = binaries_dir() / ("mod-copy-" + std::to_string(counter++) + ".so");
+    const fs::path copy =
+        binaries_dir() / ("mod-copy-" + std::to_string(counter++) + library.extension().string());
     fs::copy_file(library, copy, fs::copy_options::overwrite_existing);
     return standin::LoadedMod::load(copy);
 }

@@ -1,5 +1,7 @@
 #include "tools/session/command_line.hpp"
 
+#include "tools/platform/os.hpp"
+
 #include <charconv>
 #include <cmath>
 #include <string>
@@ -91,7 +93,7 @@ auto parse_demo_command(std::span<const std::string_view> args) -> Command {
             throw UsageError("option --dir needs a directory");
         if (command.demo.dir)
             throw UsageError("option --dir given twice");
-        command.demo.dir = fs::path(value);
+        command.demo.dir = os::utf8_path(value);
     }
     return command;
 }
@@ -154,7 +156,7 @@ auto parse_command_line(std::span<const std::string_view> args) -> Command {
         positionals.pop_back();
     }
     for (const auto positional : positionals)
-        command.gameDirs.emplace_back(positional);
+        command.gameDirs.push_back(os::utf8_path(positional));
     return command;
 }
 

@@ -1,5 +1,6 @@
 #include "tools/session/demo.hpp"
 
+#include "tools/platform/os.hpp"
 #include "tools/session/client_controls.hpp"
 #include "tools/session/demo_client.hpp"
 #include "tools/session/demo_progress.hpp"
@@ -11,7 +12,6 @@
 #include "tools/session/terminal.hpp"
 
 #include <algorithm>
-#include <csignal>
 #include <cstdio>
 #include <thread>
 
@@ -340,7 +340,7 @@ auto DemoRun::run() -> int {
                     (m_programs.modLibrary ? ", mod " + m_programs.modLibrary->string() : std::string()));
     m_progress.line("  A (CLIENT_A) walks a circle of radius " + units_text(m_plan.circleRadius) + " at " +
                     units_text(m_plan.walkSpeed) + " units/s; B (CLIENT_B) stands");
-    std::signal(SIGPIPE, SIG_IGN);
+    os::ignore_broken_pipe();
     install_stop_handlers();
     try {
         start_games();

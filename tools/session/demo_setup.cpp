@@ -1,10 +1,10 @@
 #include "tools/session/demo_setup.hpp"
 
+#include "tools/platform/os.hpp"
 #include "tools/session/file_io.hpp"
 
 #include <cstdlib>
 #include <stdexcept>
-#include <unistd.h>
 
 namespace korvath::session_tool {
 
@@ -14,10 +14,10 @@ namespace {
 
 // Marks a directory as the demo's own, so a later demo may clear it.
 constexpr std::string_view kStampFile = ".korvath-demo";
-constexpr std::string_view kModLibraryName = "libKorvathOnlineCpp.so";
+constexpr std::string_view kModLibraryName = KORVATH_SESSION_MOD_FILE_NAME;
 
 auto this_executable() -> fs::path {
-    return fs::read_symlink("/proc/self/exe");
+    return os::this_executable();
 }
 
 auto is_empty_dir(const fs::path& dir) -> bool {
@@ -28,7 +28,7 @@ auto is_empty_dir(const fs::path& dir) -> bool {
 
 auto find_demo_programs() -> DemoPrograms {
     const fs::path tools = this_executable().parent_path();
-    DemoPrograms programs{tools / "korvath-sim", std::nullopt};
+    DemoPrograms programs{tools / ("korvath-sim" KORVATH_SESSION_EXECUTABLE_SUFFIX), std::nullopt};
     std::error_code error;
     if (!fs::is_regular_file(programs.simulator, error))
         throw std::runtime_error("korvath-sim not found next to korvath-session (" +
@@ -45,11 +45,7 @@ auto find_demo_programs() -> DemoPrograms {
 
 auto prepare_demo_dir(const std::optional<fs::path>& requested) -> fs::path {
     if (!requested) {
-        const char* tmp = std::getenv("TMPDIR");
-        std::string pattern = std::string(tmp && *tmp ? tmp : "/tmp") + "/korvath-demo-XXXXXX";
-        if (!mkdtemp(pattern.data()))
-            throw std::runtime_error("cannot create a temporary directory from " + pattern);
-        const fs::path dir = pattern;
+        const fs::path dir = os::make_temporary_directory("korvath-demo");
         write_file_atomically(dir / kStampFile, "");
         return dir;
     }

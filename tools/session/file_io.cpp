@@ -1,9 +1,9 @@
 #include "tools/session/file_io.hpp"
 
+#include "tools/platform/os.hpp"
 #include "tools/session/exchange_names.hpp"
 
 #include <fstream>
-#include <iterator>
 
 namespace korvath::session_tool {
 
@@ -11,13 +11,7 @@ namespace fs = std::filesystem;
 
 auto read_whole_file(const fs::path& path) -> std::optional<std::string> {
     try {
-        std::ifstream in(path, std::ios::binary);
-        if (!in)
-            return std::nullopt;
-        std::string content{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-        if (in.bad())
-            return std::nullopt;
-        return content;
+        return os::read_shared(path);
     } catch (...) {
         return std::nullopt;
     }

@@ -1,5 +1,6 @@
 // korvath-session: the outside session process of KorvathOnlineCpp.
 
+#include "tools/platform/os.hpp"
 #include "tools/session/client_controls.hpp"
 #include "tools/session/command_line.hpp"
 #include "tools/session/demo.hpp"
@@ -79,7 +80,9 @@ auto run(const tool::Command& command) -> int {
 } // namespace
 
 int main(int argc, char** argv) {
-    const std::vector<std::string_view> args(argv + 1, argv + argc);
+    korvath::os::use_binary_stdio();
+    const std::vector<std::string> utf8Args = korvath::os::utf8_arguments(argc, argv);
+    const std::vector<std::string_view> args(utf8Args.begin() + (utf8Args.empty() ? 0 : 1), utf8Args.end());
     tool::Command command;
     try {
         command = tool::parse_command_line(args);

@@ -1,5 +1,6 @@
 #include "tools/session/watch.hpp"
 
+#include "tools/platform/os.hpp"
 #include "tools/session/client_snapshot.hpp"
 #include "tools/session/client_view.hpp"
 #include "tools/session/periodic_loop.hpp"
@@ -16,8 +17,7 @@ constexpr std::string_view kClearScreen = "\x1b[H\x1b[2J";
 
 auto local_time_text() -> std::string {
     const std::time_t now = std::time(nullptr);
-    std::tm parts{};
-    localtime_r(&now, &parts);
+    const std::tm parts = os::local_time(now);
     char text[16] = {};
     std::strftime(text, sizeof text, "%H:%M:%S", &parts);
     return text;

@@ -1,5 +1,6 @@
 #include "tools/session/world_trace.hpp"
 
+#include "tools/platform/os.hpp"
 #include "tools/session/text_fields.hpp"
 
 #include <charconv>
@@ -28,7 +29,7 @@ auto WorldTrace::feed(std::string_view bytes) -> void {
 }
 
 auto WorldTrace::read_more(const std::filesystem::path& path) -> bool {
-    std::FILE* file = std::fopen(path.c_str(), "rb");
+    std::FILE* file = os::open_file(path, "rb");
     if (!file)
         return false;
     bool ok = std::fseek(file, static_cast<long>(m_offset), SEEK_SET) == 0;

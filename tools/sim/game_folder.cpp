@@ -1,10 +1,10 @@
 #include "tools/sim/game_folder.hpp"
 
-#include <cerrno>
+#include "tools/platform/os.hpp"
+#include "tools/sim/termination.hpp"
+
 #include <cstdlib>
-#include <cstring>
 #include <stdexcept>
-#include <unistd.h>
 
 namespace korvath::sim {
 
@@ -16,13 +16,13 @@ namespace {
 constexpr const char* kRelaunchedVariable = "KORVATH_SIM_RELAUNCHED";
 
 auto this_executable() -> fs::path {
-    return fs::read_symlink("/proc/self/exe");
+    return os::this_executable();
 }
 
 } // namespace
 
 auto default_mod_library() -> fs::path {
-    const fs::path beside = this_executable().parent_path() / "libKorvathOnlineCpp.so";
+    const fs::path beside = this_executable().parent_path() / KORVATH_SIM_MOD_FILE_NAME;
     std::error_code error;
     if (fs::exists(beside, error))
         return beside;
@@ -36,7 +36,8 @@ auto install_file(const fs::path& source, const fs::path& target) -> void {
     if (fs::equivalent(source, target, error))
         return;
     fs::create_directories(target.parent_path());
-    const fs::path temporary = target.string() + ".tmp";
+    fs::path temporary = target;
+    temporary += ".tmp";
     fs::remove(temporary, error);
     fs::create_hard_link(source, temporary, error);
     if (error)
@@ -44,10 +45,12 @@ auto install_file(const fs::path& source, const fs::path& target) -> void {
     fs::rename(temporary, target);
 }
 
-auto enter_game_folder(const fs::path& gameDir, const fs::path& modLibrary, char** argv) -> fs::path {
+auto enter_game_folder(const fs::path& gameDir, const fs::path& modLibrary,
+                       const std::vector<std::string>& args) -> fs::path {
     const bool relaunched = std::getenv(kRelaunchedVariable) != nullptr;
-    unsetenv(kRelaunchedVariable);
-    const fs::path installedMod = gameDir / "Mods" / "KorvathOnlineCpp" / "dlls" / "main.so";
+    os::set_environment(kRelaunchedVariable, nullptr);
+    const fs::path installedMod =
+        gameDir / "Mods" / "KorvathOnlineCpp" / "dlls" / ("main" KORVATH_SIM_LIBRARY_SUFFIX);
     const fs::path self = this_executable();
     std::error_code error;
     const bool inPlace = fs::equivalent(self.parent_path(), gameDir, error);
@@ -64,14 +67,16 @@ auto enter_game_folder(const fs::path& gameDir, const fs::path& modLibrary, char
     if (inPlace)
         return installedMod;
 
-    const fs::path copy = gameDir / kGameExecutableName;
+    const fs::path copy = gameDir / (std::string(kGameExecutableName) + KORVATH_SIM_EXECUTABLE_SUFFIX);
     install_file(self, copy);
     fs::permissions(copy, fs::perms::owner_exec | fs::perms::group_exec | fs::perms::others_exec,
                     fs::perm_options::add);
-    setenv(kRelaunchedVariable, "1", 1);
-    argv[0] = const_cast<char*>(copy.c_str());
-    execv(copy.c_str(), argv);
-    throw std::runtime_error("cannot run " + copy.string() + ": " + std::strerror(errno));
+    const fs::path hostLibrary = self.parent_path() / KORVATH_SIM_HOST_FILE_NAME;
+    if (fs::is_regular_file(hostLibrary, error))
+        install_file(hostLibrary, gameDir / KORVATH_SIM_HOST_FILE_NAME);
+    os::set_environment(kRelaunchedVariable, "1");
+    prepare_termination_for_copy();
+    os::replace_process(copy, args);
 }
 
 } // namespace korvath::sim

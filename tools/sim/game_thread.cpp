@@ -28,7 +28,7 @@ auto walk_pawn(Walker& walker, standin::AActor* pawn, double seconds) -> void {
 
 auto run_game_thread(const GameThreadPlan& plan, StopFlag& stop, HookGuard& processEvent) -> uint64_t {
     auto& engine = standin::engine();
-    engine.set_game_thread(std::this_thread::get_id());
+    engine.declare_game_thread();
 
     const standin::Pose startPose = engine.inspect(plan.pawn).pose;
     Walker walker(plan.walk, Point2{startPose.x, startPose.y});

@@ -1,5 +1,7 @@
 #include "tools/sim/local_state_writer.hpp"
 
+#include "tools/platform/os.hpp"
+
 #include <cstdio>
 #include <system_error>
 
@@ -20,19 +22,21 @@ LocalStateWriter::LocalStateWriter(std::filesystem::path exchangeDir, std::strin
 
 auto LocalStateWriter::write(const standin::Pose& pose) -> bool {
     const std::string row = local_state_row(pose, m_mapName);
-    std::FILE* file = std::fopen(m_temporary.c_str(), "wb");
+    std::FILE* file = os::open_file(m_temporary, "wb");
     if (!file) {
         // The mod creates the exchange directory with its first report; do not wait for it.
         std::error_code error;
         std::filesystem::create_directories(m_path.parent_path(), error);
-        file = std::fopen(m_temporary.c_str(), "wb");
+        file = os::open_file(m_temporary, "wb");
         if (!file)
             return false;
     }
     const bool written = std::fwrite(row.data(), 1, row.size(), file) == row.size();
     if (std::fclose(file) != 0 || !written)
         return false;
-    return std::rename(m_temporary.c_str(), m_path.c_str()) == 0;
+    std::error_code error;
+    std::filesystem::rename(m_temporary, m_path, error);
+    return !error;
 }
 
 } // namespace korvath::sim

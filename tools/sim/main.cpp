@@ -2,6 +2,7 @@
 
 #include "standin/Clock.hpp"
 #include "standin/Devices.hpp"
+#include "tools/platform/os.hpp"
 #include "tools/sim/game_folder.hpp"
 #include "tools/sim/game_thread.hpp"
 #include "tools/sim/local_state_writer.hpp"
@@ -37,14 +38,14 @@ auto install_console() -> void {
     devices.push_back(std::make_unique<standin::StreamDevice>(stdout));
 }
 
-auto run(const SimOptions& options, char** argv) -> int {
+auto run(const SimOptions& options, const std::vector<std::string>& args) -> int {
     std::filesystem::path installedMod;
     std::optional<WorldLog> worldLog;
     std::optional<ModHost> host;
     standin::GameWorld world;
     try {
         installedMod =
-            enter_game_folder(options.gameDir, options.modLibrary.value_or(default_mod_library()), argv);
+            enter_game_folder(options.gameDir, options.modLibrary.value_or(default_mod_library()), args);
         block_termination_signals();
         install_console();
         if (options.worldLog)
@@ -55,7 +56,8 @@ auto run(const SimOptions& options, char** argv) -> int {
         std::fprintf(stderr, "korvath-sim: %s\n", error.what());
         return 1;
     }
-    std::fprintf(stderr, "korvath-sim: game in %s, mod %s\n", options.gameDir.c_str(), installedMod.c_str());
+    std::fprintf(stderr, "korvath-sim: game in %s, mod %s\n", options.gameDir.string().c_str(),
+                 installedMod.string().c_str());
 
     host->start();
     const auto start = SteadyClock::now();
@@ -113,8 +115,12 @@ auto run(const SimOptions& options, char** argv) -> int {
 
 int main(int argc, char** argv) {
     using korvath::sim::ParsedCommandLine;
-    const ParsedCommandLine parsed = korvath::sim::parse_command_line(
-        std::span<const char* const>(argv + 1, static_cast<std::size_t>(argc - 1)));
+    korvath::os::use_binary_stdio();
+    const std::vector<std::string> args = korvath::os::utf8_arguments(argc, argv);
+    std::vector<const char*> argPointers;
+    for (std::size_t i = 1; i < args.size(); ++i)
+        argPointers.push_back(args[i].c_str());
+    const ParsedCommandLine parsed = korvath::sim::parse_command_line(argPointers);
     switch (parsed.action) {
     case ParsedCommandLine::Action::Help:
         std::fputs(korvath::sim::usage_text().c_str(), stdout);
@@ -128,5 +134,5 @@ int main(int argc, char** argv) {
     case ParsedCommandLine::Action::Run:
         break;
     }
-    return korvath::sim::run(parsed.options, argv);
+    return korvath::sim::run(parsed.options, args);
 }

@@ -1,5 +1,7 @@
 #include "tools/sim/options.hpp"
 
+#include "tools/platform/os.hpp"
+
 #include "tools/sim/text_values.hpp"
 
 #include <array>
@@ -55,14 +57,14 @@ auto flags() -> const std::array<Flag, 13>& {
          [](SimOptions& o, std::string_view v) -> std::optional<std::string> {
              if (v.empty())
                  return "expected a directory";
-             o.gameDir = std::filesystem::absolute(std::filesystem::path(v)).lexically_normal();
+             o.gameDir = std::filesystem::absolute(os::utf8_path(v)).lexically_normal();
              return std::nullopt;
          }},
         {"--mod", true,
          [](SimOptions& o, std::string_view v) -> std::optional<std::string> {
              if (v.empty())
                  return "expected a library path";
-             o.modLibrary = std::filesystem::absolute(std::filesystem::path(v));
+             o.modLibrary = std::filesystem::absolute(os::utf8_path(v));
              return std::nullopt;
          }},
         {"--tick-ms", true,
@@ -152,8 +154,8 @@ auto flags() -> const std::array<Flag, 13>& {
                                                    optional<std::string> {
                                                        if (v.empty())
                                                            return "expected a file path";
-                                                       o.worldLog = std::filesystem::absolute(
-                                                           std::filesystem::path(v));
+                                                       o.worldLog =
+                                                           std::filesystem::absolute(os::utf8_path(v));
                                                        return std::nullopt;
                                                    }},
     }};
@@ -214,12 +216,13 @@ auto usage_text() -> std::string {
 Runs one simulated game process with the mod loaded: the host's update thread, the engine-ready
 hook and a game thread making ProcessEvent calls, over a world with the player controller and the
 local pawn. The mod's console lines go to standard output, the simulator's own messages to
-standard error. Runs until SIGINT or SIGTERM, or for --duration seconds; then exits 0.
+standard error. Runs until SIGINT or SIGTERM (on Windows: Ctrl+C, Ctrl+Break or the session tool's
+stop event), or for --duration seconds; then exits 0.
 
   --game-dir DIR          folder of the game's executable (required); the simulator runs from a copy
                           of itself there, so the mod's exchange directory is DIR/KorvathOnline
-  --mod PATH              mod library to install as DIR/Mods/KorvathOnlineCpp/dlls/main.so
-                          (default: libKorvathOnlineCpp.so next to this program, else the build's own)
+  --mod PATH              mod library to install as DIR/Mods/KorvathOnlineCpp/dlls/main.dll (main.so
+                          on Linux) (default: the mod's library next to this program, else the build's own)
   --tick-ms MS            period of on_host_tick on the update thread (default 5)
   --ready-after SECONDS   when on_unreal_ready is called, fractional or 'never' (default 1)
   --process-event-hz HZ   ProcessEvent calls per second on the game thread, 0 for none (default 1000)

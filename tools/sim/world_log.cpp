@@ -3,12 +3,14 @@
 #include "standin/Devices.hpp"
 #include "standin/Engine.hpp"
 
+#include "tools/platform/os.hpp"
+
 #include <stdexcept>
 
 namespace korvath::sim {
 
 WorldLog::WorldLog(const std::filesystem::path& path)
-    : m_file(std::fopen(path.c_str(), "w")) {
+    : m_file(os::open_file(path, "wb")) {
     if (!m_file)
         throw std::runtime_error("cannot open the world log " + path.string());
 }

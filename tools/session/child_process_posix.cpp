@@ -18,6 +18,10 @@ namespace {
 
 constexpr std::chrono::milliseconds kReapPoll{10};
 
+auto as_pid(std::intptr_t process) -> pid_t {
+    return static_cast<pid_t>(process);
+}
+
 auto exit_status(int status) -> int {
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
@@ -47,45 +51,57 @@ ChildProcess::ChildProcess(const std::filesystem::path& program, const std::vect
     for (const auto& arg : args)
         argv.push_back(const_cast<char*>(arg.c_str()));
     argv.push_back(nullptr);
-    const int error = posix_spawn(&m_pid, program.c_str(), &actions, &attributes, argv.data(), environ);
+    pid_t pid = -1;
+    const int error = posix_spawn(&pid, program.c_str(), &actions, &attributes, argv.data(), environ);
     posix_spawnattr_destroy(&attributes);
     posix_spawn_file_actions_destroy(&actions);
     if (error != 0) {
-        m_pid = -1;
+        m_process = -1;
         throw std::runtime_error("cannot start " + program.string() + ": " + std::strerror(error));
     }
+    m_process = pid;
 }
 
 ChildProcess::~ChildProcess() {
-    if (m_pid > 0 && !m_status) {
-        kill(m_pid, SIGKILL);
+    if (as_pid(m_process) > 0 && !m_status) {
+        kill(as_pid(m_process), SIGKILL);
         int status = 0;
-        while (waitpid(m_pid, &status, 0) < 0 && errno == EINTR) {
+        while (waitpid(as_pid(m_process), &status, 0) < 0 && errno == EINTR) {
         }
     }
 }
 
 auto ChildProcess::poll() -> std::optional<int> {
-    if (m_status || m_pid <= 0)
+    if (m_status || as_pid(m_process) <= 0)
         return m_status;
     int status = 0;
-    const pid_t done = waitpid(m_pid, &status, WNOHANG);
-    if (done == m_pid)
+    const pid_t done = waitpid(as_pid(m_process), &status, WNOHANG);
+    if (done == as_pid(m_process))
         m_status = exit_status(status);
     return m_status;
+}
+
+auto ChildProcess::wait() -> int {
+    if (!m_status) {
+        int status = 0;
+        while (waitpid(as_pid(m_process), &status, 0) < 0 && errno == EINTR) {
+        }
+        m_status = exit_status(status);
+    }
+    return *m_status;
 }
 
 auto ChildProcess::terminate(std::chrono::milliseconds grace) -> int {
     if (poll())
         return *m_status;
-    kill(m_pid, SIGTERM);
+    kill(as_pid(m_process), SIGTERM);
     const auto deadline = std::chrono::steady_clock::now() + grace;
     while (!poll() && std::chrono::steady_clock::now() < deadline)
         std::this_thread::sleep_for(kReapPoll);
     if (!m_status) {
-        kill(m_pid, SIGKILL);
+        kill(as_pid(m_process), SIGKILL);
         int status = 0;
-        while (waitpid(m_pid, &status, 0) < 0 && errno == EINTR) {
+        while (waitpid(as_pid(m_process), &status, 0) < 0 && errno == EINTR) {
         }
         m_status = exit_status(status);
     }

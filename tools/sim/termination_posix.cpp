@@ -23,6 +23,8 @@ auto signal_name(int signal) -> std::string {
 
 } // namespace
 
+auto prepare_termination_for_copy() -> void {}
+
 auto block_termination_signals() -> void {
     // An inherited "ignore" (a background job of a shell ignores SIGINT) would discard the signal.
     std::signal(SIGINT, SIG_DFL);

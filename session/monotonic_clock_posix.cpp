@@ -4,7 +4,7 @@
 
 namespace korvath {
 
-// steady_clock is the performance counter on Windows and CLOCK_MONOTONIC elsewhere.
+// CLOCK_MONOTONIC through steady_clock.
 auto monotonic_now_ns() -> int64_t {
     return std::chrono::duration_cast<std::chrono::nanoseconds>(
                std::chrono::steady_clock::now().time_since_epoch())

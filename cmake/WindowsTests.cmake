@@ -1,0 +1,14 @@
+# Windows-only parts of the test suite. Included from tests/ in a WIN32 build.
+
+# Windows finds a program's DLLs beside it: the host's library goes next to the test program.
+add_custom_command(TARGET korvath_tests POST_BUILD
+    COMMAND ${CMAKE_COMMAND} -E copy_if_different $<TARGET_FILE:KorvathHost> $<TARGET_FILE_DIR:korvath_tests>)
+
+# The shipped binaries import only the system's DLLs (the C++ runtime is linked in), and the mod
+# exports exactly its two entry points.
+add_test(NAME WindowsBinaries.ImportOnlySystemDllsAndExportTheEntryPoints
+    COMMAND ${CMAKE_COMMAND} -DOBJDUMP=${CMAKE_OBJDUMP}
+        "-DMODS=$<TARGET_FILE:KorvathOnlineCpp>;$<TARGET_FILE:KorvathOnlineCppDrivenClock>"
+        "-DPROGRAMS=$<TARGET_FILE:korvath-session>;$<TARGET_FILE:korvath-sim>;$<TARGET_FILE:KorvathHost>"
+        -DHOST_DLL=$<TARGET_FILE_NAME:KorvathHost>
+        -P ${PROJECT_SOURCE_DIR}/cmake/CheckWindowsBinaries.cmake)

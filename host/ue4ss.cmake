@@ -1,0 +1,11 @@
+# The real UE4SS host: its source tree (KORVATH_UE4SS_DIR) as a subdirectory, as its C++ mods are built,
+# with MSVC. KorvathHost then stands for the host's own library plus the adapter of hook names.
+set(KORVATH_UE4SS_DIR "" CACHE PATH "Source tree of the UE4SS host the mod is built against")
+if(NOT EXISTS "${KORVATH_UE4SS_DIR}/CMakeLists.txt")
+    message(FATAL_ERROR "KORVATH_HOST=ue4ss needs KORVATH_UE4SS_DIR, the host's source tree")
+endif()
+add_subdirectory(${KORVATH_UE4SS_DIR} ${CMAKE_BINARY_DIR}/ue4ss EXCLUDE_FROM_ALL)
+
+add_library(KorvathHost INTERFACE)
+target_include_directories(KorvathHost INTERFACE ${CMAKE_CURRENT_SOURCE_DIR}/adapter/ue4ss)
+target_link_libraries(KorvathHost INTERFACE UE4SS)

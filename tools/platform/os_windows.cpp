@@ -1,0 +1,127 @@
+#include "tools/platform/os.hpp"
+
+#include "tools/platform/command_line_windows.hpp"
+
+#define WIN32_LEAN_AND_MEAN
+#include <windows.h>
+
+#include <cstdlib>
+#include <fcntl.h>
+#include <io.h>
+#include <memory>
+#include <random>
+#include <shellapi.h>
+#include <stdexcept>
+
+namespace korvath::os {
+
+namespace {
+
+auto utf8(std::wstring_view text) -> std::string {
+    const std::u8string bytes = std::filesystem::path(text).u8string();
+    return {bytes.begin(), bytes.end()};
+}
+
+} // namespace
+
+auto this_executable() -> std::filesystem::path {
+    std::wstring buffer(32768, L'\0');
+    const DWORD length = GetModuleFileNameW(nullptr, buffer.data(), static_cast<DWORD>(buffer.size()));
+    if (length == 0 || length >= buffer.size())
+        throw std::runtime_error("cannot find the path of this program");
+    buffer.resize(length);
+    return buffer;
+}
+
+auto utf8_arguments(int argc, char** argv) -> std::vector<std::string> {
+    int count = 0;
+    LPWSTR* wideArgs = CommandLineToArgvW(GetCommandLineW(), &count);
+    if (!wideArgs)
+        return {argv, argv + argc};
+    std::vector<std::string> args;
+    for (int i = 0; i < count; ++i)
+        args.push_back(utf8(wideArgs[i]));
+    LocalFree(wideArgs);
+    return args;
+}
+
+auto use_binary_stdio() -> void {
+    _setmode(_fileno(stdout), _O_BINARY);
+    _setmode(_fileno(stderr), _O_BINARY);
+}
+
+auto set_environment(const char* name, const char* value) -> void {
+    // Both the C runtime's copy (getenv) and the process's own block (inherited by children).
+    _wputenv_s(wide(name).c_str(), value ? wide(value).c_str() : L"");
+    SetEnvironmentVariableW(wide(name).c_str(), value ? wide(value).c_str() : nullptr);
+}
+
+auto ignore_broken_pipe() -> void {}
+
+auto make_temporary_directory(std::string_view prefix) -> std::filesystem::path {
+    const std::filesystem::path base = std::filesystem::temp_directory_path();
+    std::random_device seed;
+    std::mt19937 random(seed());
+    for (int attempt = 0; attempt < 100; ++attempt) {
+        const std::filesystem::path dir =
+            base / (std::string(prefix) + "-" + std::to_string(random() % 1'000'000'000u));
+        if (CreateDirectoryW(dir.c_str(), nullptr))
+            return dir;
+    }
+    throw std::runtime_error("cannot create a temporary directory in " + base.string());
+}
+
+auto open_file(const std::filesystem::path& path, const char* mode) -> std::FILE* {
+    return _wfopen(path.c_str(), wide(mode).c_str());
+}
+
+auto read_shared(const std::filesystem::path& path) -> std::optional<std::string> {
+    const HANDLE file =
+        CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                    nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (file == INVALID_HANDLE_VALUE)
+        return std::nullopt;
+    std::string content;
+    char buffer[65536];
+    DWORD got = 0;
+    bool ok = true;
+    while ((ok = ReadFile(file, buffer, sizeof buffer, &got, nullptr)) && got > 0)
+        content.append(buffer, got);
+    CloseHandle(file);
+    if (!ok)
+        return std::nullopt;
+    return content;
+}
+
+auto local_time(std::time_t time) -> std::tm {
+    std::tm parts{};
+    localtime_s(&parts, &time);
+    return parts;
+}
+
+auto run_and_wait(const std::filesystem::path& program, const std::vector<std::string>& args) -> int {
+    // args[0] is this program's name for itself; the new process gets `program` in its place.
+    std::wstring commandLine =
+        command_line(program, std::vector<std::string>(args.begin() + (args.empty() ? 0 : 1), args.end()));
+    STARTUPINFOW startup{};
+    startup.cb = sizeof startup;
+    PROCESS_INFORMATION process{};
+    if (!CreateProcessW(program.c_str(), commandLine.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr,
+                        &startup, &process))
+        throw std::runtime_error("cannot start " + program.string() + ": error " +
+                                 std::to_string(GetLastError()));
+    CloseHandle(process.hThread);
+    WaitForSingleObject(process.hProcess, INFINITE);
+    DWORD status = 1;
+    GetExitCodeProcess(process.hProcess, &status);
+    CloseHandle(process.hProcess);
+    return static_cast<int>(status);
+}
+
+auto replace_process(const std::filesystem::path& program, const std::vector<std::string>& args) -> void {
+    // Console control events reach the child, which ends on them; this process only waits for it.
+    SetConsoleCtrlHandler([](DWORD) -> BOOL { return TRUE; }, TRUE);
+    std::exit(run_and_wait(program, args));
+}
+
+} // namespace korvath::os
