@@ -31,9 +31,13 @@ const fs::path kSim = fs::path(KORVATH_TOOLS_DIR) / "korvath-sim";
 // relays from it, must read in the mod exactly as the mod reads that local state.
 TEST(SessionToolAgainstMod, TheModReadsLocalStatesAndRelayedRowsAsTheToolDoes) {
     exchangeDirectory = exchange_dir();
-    std::vector<std::string> contents = {
-        "100.5\t-20\t35.25\t90\tMap_A\r\nnext\n", "1\t2\t3\t4\t\tsixth", "", "1\t2\t3\t4", "1\t2\t3\t4\t",
-        "x\ty\tz\tyaw\tmap\n1\t2\t3\t4\tM"};
+    std::vector<std::string> contents = {"100.5\t-20\t35.25\t90\tMap_A\r\nnext\n",
+                                         "1\t2\t3\t4\t\tsixth",
+                                         "",
+                                         "1\t2\t3\t4",
+                                         "1\t2\t3\t4\t",
+                                         "x\ty\tz\tyaw\tmap\n1\t2\t3\t4\tM",
+                                         "1\t2\t3\t4\tMap_A\t123456789\t42\n"};
     // The first number in every spelling; the others would move if written with six digits.
     for (const char* x : {"1.5", " 0x10", "1234567.9", "-20", "1.5 ", "1,5", "", "nan", "inf", "1e39",
                           "1e-45", "abc", "\uFEFF1"})

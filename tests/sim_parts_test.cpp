@@ -142,12 +142,12 @@ TEST(SimHookGuard, EveryKindOfEscapingExceptionIsCaughtAndCounted) {
     EXPECT_EQ(guard.escaped(), 3u);
 }
 
-TEST(SimLocalState, RowHasFourNumbersAndTheMapEvenForHugeValues) {
-    EXPECT_EQ(sim::local_state_row({1.5, -2, 3.25, 0, 90, 0}, "Map_A"),
-              "1.500\t-2.000\t3.250\t90.000\tMap_A\n");
-    const std::string huge = sim::local_state_row({1e200, 0, 0, 0, 0, 0}, "M");
+TEST(SimLocalState, RowHasFourNumbersTheMapAndTheSampleEvenForHugeValues) {
+    EXPECT_EQ(sim::local_state_row({1.5, -2, 3.25, 0, 90, 0}, "Map_A", 123456789, 7),
+              "1.500\t-2.000\t3.250\t90.000\tMap_A\t123456789\t7\n");
+    const std::string huge = sim::local_state_row({1e200, 0, 0, 0, 0, 0}, "M", -5, 0);
     EXPECT_EQ(std::strtod(huge.c_str(), nullptr), 1e200);
-    EXPECT_THAT(huge, ::testing::EndsWith(".000\t0.000\t0.000\t0.000\tM\n"));
+    EXPECT_THAT(huge, ::testing::EndsWith(".000\t0.000\t0.000\t0.000\tM\t-5\t0\n"));
 }
 
 } // namespace

@@ -51,7 +51,8 @@ TEST(SimProcess, ShortRunEndsOnItsOwnAndLeavesTheReportsOfAWholeLifecycle) {
         EXPECT_TRUE(fs::exists(exchange_of(game) / name)) << name;
     // The engine was ready before the second heartbeat, one second in.
     EXPECT_THAT(read_file(exchange_of(game) / "cpp_heartbeat.txt"), HasSubstr("\nunrealReady=1\n"));
-    EXPECT_EQ(read_file(exchange_of(game) / "local_state.tsv"), "0.000\t0.000\t100.000\t0.000\tMap_A\n");
+    EXPECT_THAT(read_file(exchange_of(game) / "local_state.tsv"),
+                ::testing::StartsWith("0.000\t0.000\t100.000\t0.000\tMap_A\t"));
     for (const char* line :
          {"[KorvathOnlineCpp] Phase 5G DLL loaded. Waiting for a one-time real-client proxy enable marker.\n",
           "korvath-sim: stopping", "[KorvathOnlineCpp] Phase 5G DLL unloaded.\n"})

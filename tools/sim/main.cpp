@@ -78,15 +78,20 @@ auto run(const SimOptions& options, char** argv) -> int {
                 host->engine_ready();
         });
     }
-    const GameThreadPlan gamePlan{options.processEventHz, options.walk, world.pawn, world.controller};
+    FrameClock frames;
+    const GameThreadPlan gamePlan{options.processEventHz, options.walk, world.pawn, world.controller,
+                                  &frames};
     uint64_t processEventCalls = 0;
     threads.emplace_back([&] { processEventCalls = run_game_thread(gamePlan, stop, processEventGuard); });
     // The outside process's tracker of the local pawn, and the world trace.
     threads.emplace_back([&] {
         LocalStateWriter localState(options.gameDir / "KorvathOnline", options.mapName);
         run_every(to_duration(1 / kObserverHz), stop, [&] {
-            if (options.writeLocalState)
-                localState.write(standin::engine().inspect(world.pawn).pose);
+            if (options.writeLocalState) {
+                standin::Pose pose;
+                const auto frame = frames.stamped([&] { pose = standin::engine().inspect(world.pawn).pose; });
+                localState.write(pose, frame.value_or(SteadyClock::now()));
+            }
             if (worldLog)
                 worldLog->snapshot(seconds_since(start));
         });
