@@ -22,7 +22,7 @@ auto make_demo_plan(const DemoOptions& options) -> DemoPlan {
 }
 
 auto demo_usage_text() -> std::string_view {
-    return "usage: korvath-session demo [--dir DIR] [--keep] [--quick]\n"
+    return "usage: korvath-session demo [--dir DIR] [--keep] [--quick] [--no-predict]\n"
            "\n"
            "Runs two simulated games side by side with the mod, CLIENT_A walking a circle and CLIENT_B\n"
            "standing, relays each one's pose to the other, and shows the session live:\n"
@@ -41,6 +41,9 @@ auto demo_usage_text() -> std::string_view {
            "  --keep      keep the two game folders (client-a/, client-b/: the installed game and mod and\n"
            "              their exchange files); the plot, the world logs and the game logs always stay\n"
            "  --quick     follow for 4 s instead of 6 s (about 19 s in all)\n"
+           "  --no-predict\n"
+           "              relay each pose as it is, 20 times a second, instead of predicting where the\n"
+           "              player will be when the proxy shows it, 100 times a second\n"
            "  --help      this text\n"
            "\n"
            "Exit codes: 0 the session went as expected, 1 it did not (the reason is printed),\n"

@@ -13,6 +13,7 @@ struct DemoOptions {
     std::optional<std::filesystem::path> dir; // nothing: a fresh temporary directory
     bool keep = false;                        // keep the two game folders at the end
     bool quick = false;                       // a shorter following phase
+    bool predict = true;                      // the relay predicts the pose it writes
 };
 
 struct DemoPlan {
@@ -20,7 +21,7 @@ struct DemoPlan {
     double readyAfterSeconds = 0.5; // the engine reports ready this long after start
     double circleRadius = 600.0;    // engine units
     double walkSpeed = 300.0;       // engine units per second
-    int relayHz = 20;               // also the rate at which the demo looks at the files
+    int observeHz = 20;             // how often the demo looks at the reports and world logs
 
     std::chrono::milliseconds follow{6'000}; // how long both proxies are watched following
 
