@@ -68,7 +68,7 @@ auto most_live_characters(const fs::path& worldLog) -> int {
         std::istringstream row(line);
         for (std::string field; std::getline(row, field, '\t');)
             fields.push_back(field);
-        if (fields.size() == 11 && fields[2] == "BP_PlayerCharacter_C" && fields[10] == "1")
+        if (fields.size() >= 11 && fields[2] == "BP_PlayerCharacter_C" && fields[10] == "1")
             ++live[fields[0]];
     }
     int most = 0;

@@ -27,8 +27,8 @@ auto at_text(const std::optional<double>& seconds) -> std::string {
 auto follow_text(const FollowStats& stats) -> std::string {
     if (stats.count == 0)
         return "no distance measured";
-    return number_text("%.0f", stats.mean) + " units from A's pawn on average, " +
-           number_text("%.0f", stats.max) + " at most";
+    return number_text("%.1f", stats.mean) + " units from A's pawn on average (RMS " +
+           number_text("%.1f", stats.rms) + "), " + number_text("%.1f", stats.max) + " at most";
 }
 
 // The figure's summary: short lines with the times of the events.

@@ -237,7 +237,7 @@ standard error. Runs until SIGINT or SIGTERM, or for --duration seconds; then ex
                               hidden collision tick fullname
                           MODE: missing false throw throw-unknown
   --world-log FILE        every 100 ms one tab-separated line per actor: seconds, full name, class,
-                          x, y, z, yaw, hidden, collision, tick, alive
+                          x, y, z, yaw, hidden, collision, tick, alive, steady clock seconds
   --help                  print this text
   --version               print the version
 )";
