@@ -100,13 +100,12 @@ private:
 };
 
 auto DemoRun::start_games() -> void {
-    char ready[32], lifetime[32], walk[64];
+    char ready[32], lifetime[32];
     std::snprintf(ready, sizeof ready, "%g", m_plan.readyAfterSeconds);
     std::snprintf(lifetime, sizeof lifetime, "%g", m_plan.game_lifetime_seconds());
-    std::snprintf(walk, sizeof walk, "circle:%g,%g", m_plan.circleRadius, m_plan.walkSpeed);
     const std::vector<std::string> common{"--ready-after", ready, "--duration", lifetime};
     std::vector<std::string> walking = common;
-    walking.insert(walking.end(), {"--walk", walk});
+    walking.insert(walking.end(), {"--walk", demo_walk_argument(m_options, m_plan)});
     m_a.start(m_programs, walking, now_seconds());
     m_b.start(m_programs, common, now_seconds());
     const auto [aToB, bToA] = relay_links(m_a.files().gameDir, m_b.files().gameDir);
@@ -341,8 +340,7 @@ auto DemoRun::run() -> int {
     m_progress.line("korvath-session demo in " + m_dir.string());
     m_progress.line("  game " + m_programs.simulator.string() +
                     (m_programs.modLibrary ? ", mod " + m_programs.modLibrary->string() : std::string()));
-    m_progress.line("  A (CLIENT_A) walks a circle of radius " + units_text(m_plan.circleRadius) + " at " +
-                    units_text(m_plan.walkSpeed) + " units/s; B (CLIENT_B) stands");
+    m_progress.line("  A (CLIENT_A) " + demo_walk_text(m_options, m_plan) + "; B (CLIENT_B) stands");
     std::signal(SIGPIPE, SIG_IGN);
     install_stop_handlers();
     try {

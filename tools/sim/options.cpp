@@ -231,6 +231,8 @@ standard error. Runs until SIGINT or SIGTERM, or for --duration seconds; then ex
                           walk out to a circle centred on the start, then around it (units, units/s)
   --walk waypoints:X,Y;X,Y;...[@SPEED]
                           walk to each point in turn, looping (default speed 600 units/s)
+  --walk path:X,Y;X,Y;...[@SPEED]
+                          walk to each point in turn once, then stand
   --no-local-state        do not write KorvathOnline/local_state.tsv (written 10 times a second)
   --fail OP=MODE[@N]      make an engine operation fail, from its N-th call on (repeatable)
                           OP: controller class world spawn move destroy pawn relocate
