@@ -17,7 +17,7 @@ namespace korvath::session_tool {
 
 // The mod's delay from a row in remote_players.tsv to the proxy standing on average at that pose: half
 // a poll interval of waiting, the smoothing's lag of (1 - share) / share steps, half a step of holding
-// still. The relay adds half its own rewrite period.
+// still. The relay's own rewrite period (10 ms) is left out, small against the rest.
 inline constexpr std::chrono::nanoseconds kModPollInterval = std::chrono::milliseconds(75);
 inline constexpr std::chrono::nanoseconds kModStepInterval = std::chrono::milliseconds(50);
 inline constexpr double kModSmoothingShare = 0.35;
