@@ -151,6 +151,8 @@ TEST(PredictingLink, WritesTheSampleAheadWhenPredictingAndAsItIsWhenNot) {
 
     write_file(local, "bad\n");
     EXPECT_EQ(predicting.step(fileNow, 5200ms), tool::RelayOutcome::Invalid);
+    write_file(local, "1\t2\t3\t4\tMap_A\t" + std::string(tool::kLargestLocalState, '7') + "\n");
+    EXPECT_EQ(predicting.step(fileNow, 5300ms), tool::RelayOutcome::Invalid); // too large to read
 }
 
 } // namespace

@@ -13,6 +13,11 @@ auto read_relay_source(const RelayLink& link, std::filesystem::file_time_type no
         return {std::nullopt, {}, RelayOutcome::Missing};
     if (*age > kLocalStateMaxAge)
         return {std::nullopt, {}, RelayOutcome::Stale};
+    // A local state is one short line; the relay reads it up to 100 times a second, so a huge file is
+    // refused rather than read.
+    std::error_code error;
+    if (const auto size = std::filesystem::file_size(source, error); !error && size > kLargestLocalState)
+        return {std::nullopt, {}, RelayOutcome::Invalid};
     const auto content = read_whole_file(source);
     if (!content)
         return {std::nullopt, {}, RelayOutcome::Missing};

@@ -6,6 +6,7 @@
 
 #include <array>
 #include <chrono>
+#include <cstdint>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -15,6 +16,8 @@ namespace korvath::session_tool {
 
 // A local state last written longer ago than this is no longer relayed (the mod's own limit).
 inline constexpr std::chrono::seconds kLocalStateMaxAge{3};
+// A local_state.tsv larger than this is not read (its one row is some 60 bytes).
+inline constexpr std::uintmax_t kLargestLocalState = 64 * 1024;
 
 struct RelayLink {
     std::filesystem::path fromGameDir; // whose local_state.tsv is read
