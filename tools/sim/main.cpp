@@ -4,6 +4,7 @@
 #include "standin/Devices.hpp"
 #include "tools/sim/game_folder.hpp"
 #include "tools/sim/game_thread.hpp"
+#include "tools/sim/latency_probe.hpp"
 #include "tools/sim/local_state_writer.hpp"
 #include "tools/sim/mod_host.hpp"
 #include "tools/sim/options.hpp"
@@ -35,6 +36,23 @@ auto install_console() -> void {
     auto& devices = RC::Output::DefaultTargets::get_default_devices_ref();
     devices.clear();
     devices.push_back(std::make_unique<standin::StreamDevice>(stdout));
+}
+
+// The design's bound: a poll at most 75 ms after the write, a post at most 50 ms after the poll, and
+// the next ProcessEvent call.
+auto print_latencies(const std::vector<double>& latencies, double processEventHz) -> void {
+    const double boundMs = 75 + 50 + (processEventHz > 0 ? 1000 / processEventHz : 0);
+    const auto median = percentile(latencies, 0.5), p99 = percentile(latencies, 0.99);
+    if (!median || !p99) {
+        std::fprintf(stderr, "korvath-sim: no pose-to-proxy latency measured (no proxy moved)\n");
+        return;
+    }
+    std::fprintf(
+        stderr,
+        "korvath-sim: pose-to-proxy latency over %zu changes: median %.1f ms, 99th percentile %.1f ms, "
+        "maximum %.1f ms (bound %.0f ms)\n",
+        latencies.size(), *median * 1000, *p99 * 1000, percentile(latencies, 1.0).value_or(0) * 1000,
+        boundMs);
 }
 
 auto run(const SimOptions& options, char** argv) -> int {
@@ -97,6 +115,11 @@ auto run(const SimOptions& options, char** argv) -> int {
         });
     });
 
+    std::vector<double> latencies;
+    if (options.latencyProbe)
+        threads.emplace_back(
+            [&] { latencies = run_latency_probe(options.gameDir / "KorvathOnline", options.mapName, stop); });
+
     const std::string reason = wait_for_termination(options.durationSeconds);
     const double runSeconds = seconds_since(start);
     std::fprintf(stderr, "korvath-sim: stopping after %.3f s (%s)\n", runSeconds, reason.c_str());
@@ -105,6 +128,8 @@ auto run(const SimOptions& options, char** argv) -> int {
         thread.join();
     std::fprintf(stderr, "korvath-sim: %" PRIu64 " ProcessEvent calls (%.0f a second)\n", processEventCalls,
                  static_cast<double>(processEventCalls) / runSeconds);
+    if (options.latencyProbe)
+        print_latencies(latencies, options.processEventHz);
     host->uninstall();
     host->print_summaries();
     processEventGuard.print_summary();
