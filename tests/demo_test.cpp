@@ -108,7 +108,7 @@ TEST(DemoPlotScale, MapsEndsOntoTheRangeAndPicksRoundTicks) {
 
 TEST(DemoWorldTrace, LinesSplitAcrossReadsGiveThePawnAndTheLivingProxy) {
     // The pawn, a proxy that dies (alive 0), a line that does not parse, a line not ended yet.
-    std::string log = "0.1 P_0 BP_PlayerCharacter_C 1.5 2 100 0 0 1 1 1\n"
+    std::string log = "0.1 P_0 BP_PlayerCharacter_C 1.5 2 100 0 0 1 1 1 5000.25\n"
                       "0.2 P_9 BP_PlayerCharacter_C -7 8 90 0 0 0 0 1\n"
                       "0.3 P_9 BP_PlayerCharacter_C -7 8 90 0 0 0 0 0\n"
                       "0.3 P_8 BP_PlayerCharacter_C x 8 90 0 0 0 0 1\n0.4 P_0 BP_PlayerCharacter_C";
@@ -120,6 +120,7 @@ TEST(DemoWorldTrace, LinesSplitAcrossReadsGiveThePawnAndTheLivingProxy) {
     EXPECT_EQ(std::tie(trace.pawn()[0].seconds, trace.pawn()[0].x), std::make_tuple(0.1, 1.5));
     ASSERT_EQ(trace.proxy().size(), 1u);
     EXPECT_EQ(std::tie(trace.proxy()[0].x, trace.proxy()[0].z), std::make_tuple(-7.0, 90.0));
+    EXPECT_NEAR(trace.clock_zero().value_or(0), 5000.15, 1e-9); // the steady clock at the log's zero
 }
 
 TEST(DemoFollowDistance, TracksOfTwoClocksMeetOnOneTimeLine) {
@@ -137,6 +138,7 @@ TEST(DemoFollowDistance, TracksOfTwoClocksMeetOnOneTimeLine) {
     EXPECT_EQ(seen, (std::vector<std::pair<double, double>>{{10.5, 150}, {11, 200}, {12, 300}}));
     const auto stats = tool::follow_stats(distances, 11.0, 12.0);
     EXPECT_EQ(std::tie(stats.count, stats.mean, stats.max), std::make_tuple(2u, 250.0, 300.0));
+    EXPECT_DOUBLE_EQ(stats.rms, std::sqrt((200.0 * 200 + 300.0 * 300) / 2));
 }
 
 TEST(DemoSummary, ReportsTellWhatEachClientDidAndEveryDeviationIsNamed) {

@@ -31,9 +31,13 @@ const fs::path kSim = fs::path(KORVATH_TOOLS_DIR) / ("korvath-sim" KORVATH_EXECU
 // relays from it, must read in the mod exactly as the mod reads that local state.
 TEST(SessionToolAgainstMod, TheModReadsLocalStatesAndRelayedRowsAsTheToolDoes) {
     exchangeDirectory = exchange_dir();
-    std::vector<std::string> contents = {
-        "100.5\t-20\t35.25\t90\tMap_A\r\nnext\n", "1\t2\t3\t4\t\tsixth", "", "1\t2\t3\t4", "1\t2\t3\t4\t",
-        "x\ty\tz\tyaw\tmap\n1\t2\t3\t4\tM"};
+    std::vector<std::string> contents = {"100.5\t-20\t35.25\t90\tMap_A\r\nnext\n",
+                                         "1\t2\t3\t4\t\tsixth",
+                                         "",
+                                         "1\t2\t3\t4",
+                                         "1\t2\t3\t4\t",
+                                         "x\ty\tz\tyaw\tmap\n1\t2\t3\t4\tM",
+                                         "1\t2\t3\t4\tMap_A\t123456789\t42\n"};
     // The first number in every spelling; the others would move if written with six digits.
     for (const char* x : {"1.5", " 0x10", "1234567.9", "-20", "1.5 ", "1,5", "", "nan", "inf", "1e39",
                           "1e-45", "abc", "\uFEFF1"})
@@ -59,11 +63,13 @@ TEST(SessionToolAgainstMod, TheModReadsLocalStatesAndRelayedRowsAsTheToolDoes) {
 TEST(SessionToolCommandLine, ValidLinesParseAndBadOnesNameTheProblem) {
     auto parse = [](std::vector<std::string_view> args) { return tool::parse_command_line(args); };
     const auto relay = parse({"relay", "A", "--hz", "1000", "B", "--duration=0.25"});
-    EXPECT_EQ(std::tie(relay.hz, relay.duration, relay.gameDirs),
-              std::make_tuple(1000, std::chrono::nanoseconds(250ms), std::vector<fs::path>{"A", "B"}));
+    EXPECT_EQ(std::tie(relay.hz, relay.duration, relay.gameDirs, relay.predict),
+              std::make_tuple(1000, std::chrono::nanoseconds(250ms), std::vector<fs::path>{"A", "B"}, true));
+    EXPECT_FALSE(parse({"relay", "--no-predict", "A", "B"}).predict);
     const auto demo = parse({"demo", "--keep", "--dir=/tmp/d", "--quick"});
     EXPECT_TRUE(demo.kind == tool::CommandKind::Demo && demo.demo.keep && demo.demo.quick &&
-                demo.demo.dir == "/tmp/d");
+                demo.demo.dir == "/tmp/d" && demo.demo.predict);
+    EXPECT_FALSE(parse({"demo", "--no-predict"}).demo.predict);
     EXPECT_EQ(parse({"demo", "--dir", "x", "--help"}).kind, tool::CommandKind::DemoHelp);
 
     const std::pair<std::vector<std::string_view>, std::string> bad[] = {
@@ -76,6 +82,8 @@ TEST(SessionToolCommandLine, ValidLinesParseAndBadOnesNameTheProblem) {
         {{"relay", "A", "B", "--duration", "inf"},
          "--duration must be a number of seconds from 0 to 100000000"},
         {{"watch", "A", "--hz", "5"}, "option --hz does not apply to watch"},
+        {{"watch", "A", "--no-predict"}, "unknown option '--no-predict'"},
+        {{"relay", "A", "B", "--no-predict=0"}, "option --no-predict takes no value"},
         {{"demo", "A"}, "demo takes no arguments besides its options, got 'A'"}};
     for (const auto& [args, message] : bad)
         EXPECT_THAT([&] { parse(args); }, ::testing::ThrowsMessage<tool::UsageError>(HasSubstr(message)));

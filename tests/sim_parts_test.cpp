@@ -108,6 +108,15 @@ TEST(SimWalker, WaypointsLoopFromTheLastBackToTheFirstAndASingleOneIsStoodOn) {
         EXPECT_NEAR(std::hypot(at.x - leg[0], at.y - leg[1]), 0, 1e-6);
         EXPECT_NEAR(*yaw, leg[2], 1e-6);
     }
+    std::string error;
+    const auto path = sim::parse_walk_plan("path:100,0;100,100@100", error);
+    ASSERT_TRUE(path) << error;
+    sim::Walker once(*path, {0, 0}); // the same legs, walked once: it stops dead on the last point
+    const sim::Point2 halfway = walk(once, {0, 0}, 1.5);
+    EXPECT_NEAR(std::hypot(halfway.x - 100, halfway.y - 50), 0, 1e-9);
+    const sim::Point2 end = walk(once, halfway, 5.0);
+    EXPECT_NEAR(std::hypot(end.x - 100, end.y - 100), 0, 1e-9);
+    EXPECT_FALSE(once.advance(1.0).yaw);
     sim::Walker single({sim::WalkPlan::Kind::Waypoints, 0, 100, {{50, 0}}}, {0, 0});
     EXPECT_NEAR(walk(single, {0, 0}, 1.0).x, 50, 1e-9);
     const sim::WalkStep step = single.advance(1.0);
@@ -141,11 +150,12 @@ TEST(SimHookGuard, EveryKindOfEscapingExceptionIsCaughtAndCounted) {
     EXPECT_EQ(guard.escaped(), 3u);
 }
 
-// The process test shows the row of an ordinary pose.
-TEST(SimLocalState, RowHasFourNumbersAndTheMapEvenForHugeValues) {
-    const std::string huge = sim::local_state_row({1e200, 0, 0, 0, 0, 0}, "M");
+TEST(SimLocalState, RowHasFourNumbersTheMapAndTheSampleEvenForHugeValues) {
+    EXPECT_EQ(sim::local_state_row({1.5, -2, 3.25, 0, 90, 0}, "Map_A", 123456789, 7),
+              "1.500\t-2.000\t3.250\t90.000\tMap_A\t123456789\t7\n");
+    const std::string huge = sim::local_state_row({1e200, 0, 0, 0, 0, 0}, "M", -5, 0);
     EXPECT_EQ(std::strtod(huge.c_str(), nullptr), 1e200);
-    EXPECT_THAT(huge, ::testing::EndsWith(".000\t0.000\t0.000\t0.000\tM\n"));
+    EXPECT_THAT(huge, ::testing::EndsWith(".000\t0.000\t0.000\t0.000\tM\t-5\t0\n"));
 }
 
 } // namespace

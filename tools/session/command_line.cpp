@@ -30,7 +30,8 @@ constexpr Subcommand kSubcommands[] = {
     {"enable", CommandKind::Enable, 1, 1, false, false, "enable DIR"},
     {"stop", CommandKind::Stop, 1, 1, false, false, "stop DIR"},
     {"resume", CommandKind::Resume, 1, 1, false, false, "resume DIR"},
-    {"relay", CommandKind::Relay, 2, 2, true, true, "relay DIR_A DIR_B [--hz N] [--duration S]"},
+    {"relay", CommandKind::Relay, 2, 2, true, true,
+     "relay DIR_A DIR_B [--hz N] [--duration S] [--no-predict]"},
     {"watch", CommandKind::Watch, 1, SIZE_MAX, false, true, "watch DIR... [--duration S]"},
 };
 
@@ -76,10 +77,15 @@ auto parse_demo_command(std::span<const std::string_view> args) -> Command {
             return {.kind = CommandKind::DemoHelp};
         if (!arg.starts_with("--"))
             throw UsageError("demo takes no arguments besides its options, got " + in_quotes(arg));
-        if (name == "--keep" || name == "--quick") {
+        if (name == "--keep" || name == "--quick" || name == "--no-predict" || name == "--straight") {
             if (equals != std::string_view::npos)
                 throw UsageError("option " + std::string(name) + " takes no value");
-            (name == "--keep" ? command.demo.keep : command.demo.quick) = true;
+            if (name == "--no-predict")
+                command.demo.predict = false;
+            else if (name == "--straight")
+                command.demo.straight = true;
+            else
+                (name == "--keep" ? command.demo.keep : command.demo.quick) = true;
             continue;
         }
         if (name != "--dir")
@@ -129,6 +135,12 @@ auto parse_command_line(std::span<const std::string_view> args) -> Command {
         }
         const std::size_t equals = arg.find('=');
         const std::string_view name = arg.substr(0, equals);
+        if (name == "--no-predict" && sub->kind == CommandKind::Relay) {
+            if (equals != std::string_view::npos)
+                throw UsageError("option --no-predict takes no value");
+            command.predict = false;
+            continue;
+        }
         if (name != "--hz" && name != "--duration")
             throw UsageError("unknown option " + in_quotes(name));
         if ((name == "--hz" && !sub->takesHz) || (name == "--duration" && !sub->takesDuration))
@@ -183,11 +195,13 @@ auto usage_text() -> std::string_view {
            "  enable DIR                   place the enable marker: ask for one proxy session\n"
            "  stop DIR                     place the stop marker: end the session, destroy the proxy\n"
            "  resume DIR                   remove the stop marker\n"
-           "  relay DIR_A DIR_B [--hz N] [--duration S]\n"
-           "                               copy each side's fresh local state into the other side's\n"
-           "                               remote_players.tsv, N times a second (1..1000, default 20)\n"
+           "  relay DIR_A DIR_B [--hz N] [--duration S] [--no-predict]\n"
+           "                               write each side's fresh local state into the other side's\n"
+           "                               remote_players.tsv, N times a second (1..1000), predicted\n"
+           "                               ahead to where the proxy will show it (default 100 Hz); with\n"
+           "                               --no-predict the pose as it is (default 20 Hz)\n"
            "  watch DIR... [--duration S]  live view of each client's heartbeat, status and reports\n"
-           "  demo [--dir DIR] [--keep] [--quick]\n"
+           "  demo [--dir DIR] [--keep] [--quick] [--no-predict] [--straight]\n"
            "                               two simulated games in a whole session, shown live; writes a\n"
            "                               plot (see 'korvath-session demo --help')\n"
            "  --help, --version\n"

@@ -20,7 +20,8 @@ struct Command {
     CommandKind kind = CommandKind::Help;
     std::vector<std::filesystem::path> gameDirs{};
     ClientRole role = ClientRole::ClientA;              // role
-    int hz = 20;                                        // relay
+    int hz = 0;                                         // relay; 0: its default
+    bool predict = true;                                // relay
     std::optional<std::chrono::nanoseconds> duration{}; // relay, watch
     DemoOptions demo{};                                 // demo
 };

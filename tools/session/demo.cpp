@@ -8,7 +8,8 @@
 #include "tools/session/demo_setup.hpp"
 #include "tools/session/exchange_names.hpp"
 #include "tools/session/periodic_loop.hpp"
-#include "tools/session/relay_link.hpp"
+#include "tools/session/predicting_link.hpp"
+#include "tools/session/relay.hpp"
 #include "tools/session/terminal.hpp"
 
 #include <algorithm>
@@ -92,29 +93,31 @@ private:
     bool m_relayToB = true;
     bool m_aEnabled = false;
     bool m_bEnabled = false;
+    std::vector<PredictingLink> m_links; // A to B, B to A
     DemoTimeline m_timeline;
     std::optional<std::string> m_failure;
     bool m_interrupted = false;
 };
 
 auto DemoRun::start_games() -> void {
-    char ready[32], lifetime[32], walk[64];
+    char ready[32], lifetime[32];
     std::snprintf(ready, sizeof ready, "%g", m_plan.readyAfterSeconds);
     std::snprintf(lifetime, sizeof lifetime, "%g", m_plan.game_lifetime_seconds());
-    std::snprintf(walk, sizeof walk, "circle:%g,%g", m_plan.circleRadius, m_plan.walkSpeed);
     const std::vector<std::string> common{"--ready-after", ready, "--duration", lifetime};
     std::vector<std::string> walking = common;
-    walking.insert(walking.end(), {"--walk", walk});
+    walking.insert(walking.end(), {"--walk", demo_walk_argument(m_options, m_plan)});
     m_a.start(m_programs, walking, now_seconds());
     m_b.start(m_programs, common, now_seconds());
+    const auto [aToB, bToA] = relay_links(m_a.files().gameDir, m_b.files().gameDir);
+    m_links = {PredictingLink(aToB, m_options.predict), PredictingLink(bToA, m_options.predict)};
 }
 
 auto DemoRun::relay() -> void {
-    const auto now = fs::file_time_type::clock::now();
-    const auto [aToB, bToA] = relay_links(m_a.files().gameDir, m_b.files().gameDir);
+    const auto fileNow = fs::file_time_type::clock::now();
+    const auto now = Clock::now().time_since_epoch();
     if (m_relayToB)
-        relay_local_state(aToB, now);
-    relay_local_state(bToA, now);
+        m_links[0].step(fileNow, now);
+    m_links[1].step(fileNow, now);
 }
 
 auto DemoRun::fail(std::string reason) -> void {
@@ -319,7 +322,6 @@ auto DemoRun::show_status() -> void {
 }
 
 auto DemoRun::tick() -> void {
-    relay();
     m_a.observe();
     m_b.observe();
     check_health();
@@ -338,19 +340,25 @@ auto DemoRun::run() -> int {
     m_progress.line("korvath-session demo in " + m_dir.string());
     m_progress.line("  game " + m_programs.simulator.string() +
                     (m_programs.modLibrary ? ", mod " + m_programs.modLibrary->string() : std::string()));
-    m_progress.line("  A (CLIENT_A) walks a circle of radius " + units_text(m_plan.circleRadius) + " at " +
-                    units_text(m_plan.walkSpeed) + " units/s; B (CLIENT_B) stands");
+    m_progress.line("  A (CLIENT_A) " + demo_walk_text(m_options, m_plan) + "; B (CLIENT_B) stands");
     os::ignore_broken_pipe();
     install_stop_handlers();
     try {
         start_games();
+        const int relayHz = m_options.predict ? kPredictingRelayHz : kPlainRelayHz;
         m_progress.event("started both games; relaying each one's pose to the other at " +
-                             std::to_string(m_plan.relayHz) + " Hz",
+                             std::to_string(relayHz) + " Hz" + (m_options.predict ? ", predicted" : ""),
                          Clock::now());
-        const auto period = std::chrono::nanoseconds(std::chrono::seconds(1)) / m_plan.relayHz;
+        const auto period = std::chrono::nanoseconds(std::chrono::seconds(1)) / relayHz;
+        const auto observePeriod = std::chrono::nanoseconds(std::chrono::seconds(1)) / m_plan.observeHz;
         auto next = Clock::now();
+        auto nextObservation = next;
         while (!m_failure && m_phase != Phase::Done) {
-            tick();
+            relay();
+            if (Clock::now() >= nextObservation) {
+                tick();
+                nextObservation = std::max(nextObservation + observePeriod, Clock::now());
+            }
             next = std::max(next + period, Clock::now());
             while (!stop_requested() && Clock::now() < next)
                 std::this_thread::sleep_for(std::min<Clock::duration>(next - Clock::now(), period));

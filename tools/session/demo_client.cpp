@@ -6,6 +6,9 @@ namespace korvath::session_tool {
 
 auto DemoClient::start(const DemoPrograms& programs, const std::vector<std::string>& arguments,
                        double startedAt) -> void {
+    m_demoClockZero =
+        std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count() -
+        startedAt;
     lay_out_client(m_files);
     m_process = std::make_unique<ChildProcess>(
         programs.simulator, simulator_arguments(m_files, programs, arguments), m_files.log);

@@ -39,13 +39,20 @@ public:
     auto exit_status() const -> std::optional<int> { return m_exitStatus; }
     auto started_at() const -> double { return m_startedAt; }
     // The local pawn and the proxy on the demo's time line.
-    auto pawn_track() const -> TimedTrack { return {&m_trace.pawn(), m_startedAt}; }
-    auto proxy_track() const -> TimedTrack { return {&m_trace.proxy(), m_startedAt}; }
+    auto pawn_track() const -> TimedTrack { return {&m_trace.pawn(), log_offset()}; }
+    auto proxy_track() const -> TimedTrack { return {&m_trace.proxy(), log_offset()}; }
 
 private:
+    // Where the world log's zero lies on the demo's time line: by the steady clock when the log has
+    // it, else the moment the game was started.
+    auto log_offset() const -> double {
+        return m_trace.clock_zero() ? *m_trace.clock_zero() - m_demoClockZero : m_startedAt;
+    }
+
     DemoClientFiles m_files;
     std::unique_ptr<ChildProcess> m_process;
     double m_startedAt = 0.0;
+    double m_demoClockZero = 0.0; // the steady clock's seconds at the demo's zero
     WorldTrace m_trace;
     ClientReports m_reports;
     std::optional<int> m_exitStatus;

@@ -1,5 +1,7 @@
 #include "tools/session/demo_plan.hpp"
 
+#include <cstdio>
+
 namespace korvath::session_tool {
 
 namespace {
@@ -21,8 +23,29 @@ auto make_demo_plan(const DemoOptions& options) -> DemoPlan {
     return plan;
 }
 
+auto demo_walk_argument(const DemoOptions& options, const DemoPlan& plan) -> std::string {
+    char text[96];
+    if (options.straight)
+        std::snprintf(text, sizeof text, "path:%g,0@%g", plan.walkSpeed * plan.straightStopSeconds,
+                      plan.walkSpeed);
+    else
+        std::snprintf(text, sizeof text, "circle:%g,%g", plan.circleRadius, plan.walkSpeed);
+    return text;
+}
+
+auto demo_walk_text(const DemoOptions& options, const DemoPlan& plan) -> std::string {
+    char text[128];
+    if (options.straight)
+        std::snprintf(text, sizeof text, "walks along x at %.0f units/s and stops dead after %.0f s",
+                      plan.walkSpeed, plan.straightStopSeconds);
+    else
+        std::snprintf(text, sizeof text, "walks a circle of radius %.0f at %.0f units/s", plan.circleRadius,
+                      plan.walkSpeed);
+    return text;
+}
+
 auto demo_usage_text() -> std::string_view {
-    return "usage: korvath-session demo [--dir DIR] [--keep] [--quick]\n"
+    return "usage: korvath-session demo [--dir DIR] [--keep] [--quick] [--no-predict] [--straight]\n"
            "\n"
            "Runs two simulated games side by side with the mod, CLIENT_A walking a circle and CLIENT_B\n"
            "standing, relays each one's pose to the other, and shows the session live:\n"
@@ -41,6 +64,12 @@ auto demo_usage_text() -> std::string_view {
            "  --keep      keep the two game folders (client-a/, client-b/: the installed game and mod and\n"
            "              their exchange files); the plot, the world logs and the game logs always stay\n"
            "  --quick     follow for 4 s instead of 6 s (about 19 s in all)\n"
+           "  --no-predict\n"
+           "              relay each pose as it is, 20 times a second, instead of predicting where the\n"
+           "              player will be when the proxy shows it, 100 times a second\n"
+           "  --straight  CLIENT_A walks along x and stops dead 12 s after its start, in the following\n"
+           "              phase; the summary tells how far B's proxy of A overshoots and how soon it\n"
+           "              settles within 1 unit\n"
            "  --help      this text\n"
            "\n"
            "Exit codes: 0 the session went as expected, 1 it did not (the reason is printed),\n"

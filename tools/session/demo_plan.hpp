@@ -5,6 +5,7 @@
 #include <chrono>
 #include <filesystem>
 #include <optional>
+#include <string>
 #include <string_view>
 
 namespace korvath::session_tool {
@@ -13,14 +14,17 @@ struct DemoOptions {
     std::optional<std::filesystem::path> dir; // nothing: a fresh temporary directory
     bool keep = false;                        // keep the two game folders at the end
     bool quick = false;                       // a shorter following phase
+    bool predict = true;                      // the relay predicts the pose it writes
+    bool straight = false;                    // CLIENT_A walks a straight line and stops dead
 };
 
 struct DemoPlan {
     // The games: CLIENT_A walks a circle around its start, CLIENT_B stands where it starts.
-    double readyAfterSeconds = 0.5; // the engine reports ready this long after start
-    double circleRadius = 600.0;    // engine units
-    double walkSpeed = 300.0;       // engine units per second
-    int relayHz = 20;               // also the rate at which the demo looks at the files
+    double readyAfterSeconds = 0.5;    // the engine reports ready this long after start
+    double circleRadius = 600.0;       // engine units
+    double walkSpeed = 300.0;          // engine units per second
+    double straightStopSeconds = 12.0; // with --straight, A walks along x for this long, then stands
+    int observeHz = 20;                // how often the demo looks at the reports and world logs
 
     std::chrono::milliseconds follow{6'000}; // how long both proxies are watched following
 
@@ -40,6 +44,10 @@ struct DemoPlan {
 };
 
 auto make_demo_plan(const DemoOptions& options) -> DemoPlan;
+
+// CLIENT_A's walk, as korvath-sim's --walk takes it and in words.
+auto demo_walk_argument(const DemoOptions& options, const DemoPlan& plan) -> std::string;
+auto demo_walk_text(const DemoOptions& options, const DemoPlan& plan) -> std::string;
 
 auto demo_usage_text() -> std::string_view;
 

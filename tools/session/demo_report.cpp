@@ -2,6 +2,7 @@
 
 #include "tools/session/demo_plot.hpp"
 #include "tools/session/file_io.hpp"
+#include "tools/session/stop_figures.hpp"
 
 #include <cstdio>
 
@@ -24,11 +25,23 @@ auto at_text(const std::optional<double>& seconds) -> std::string {
     return seconds ? " at " + number_text("%.1f s", *seconds) : std::string();
 }
 
+constexpr double kSettleWithin = 1.0; // units from where A came to rest
+
+auto stop_text(const std::optional<StopFigures>& stop) -> std::string {
+    if (!stop)
+        return "A did not come to rest after B's proxy of A spawned; nothing measured";
+    return "A came to rest" + at_text(stop->stoppedAt) + "; B's proxy of A overshot by " +
+           number_text("%.1f", stop->overshoot) + " units and " +
+           (stop->settleSeconds
+                ? "settled within 1 unit " + number_text("%.1f s", *stop->settleSeconds) + " after"
+                : std::string("did not settle within 1 unit"));
+}
+
 auto follow_text(const FollowStats& stats) -> std::string {
     if (stats.count == 0)
         return "no distance measured";
-    return number_text("%.0f", stats.mean) + " units from A's pawn on average, " +
-           number_text("%.0f", stats.max) + " at most";
+    return number_text("%.1f", stats.mean) + " units from A's pawn on average (RMS " +
+           number_text("%.1f", stats.rms) + "), " + number_text("%.1f", stats.max) + " at most";
 }
 
 // The figure's summary: short lines with the times of the events.
@@ -96,14 +109,16 @@ auto report_demo(const DemoOutcome& outcome, const DemoPlan& plan, const DemoOpt
     for (const auto* client : {&a, &b})
         if (client->error)
             progress.line("  error         " + client->name + ": " + *client->error);
+    if (options.straight)
+        progress.line("  stop          " + stop_text(stop_figures(outcome.a.pawn_track(),
+                                                                  outcome.b.proxy_track(), kSettleWithin)));
 
     const DemoPlotInput plot{outcome.a.pawn_track(),
                              outcome.b.pawn_track(),
                              outcome.b.proxy_track(),
                              t,
-                             "CLIENT_A walks a circle of radius " + number_text("%.0f", plan.circleRadius) +
-                                 " at " + number_text("%.0f", plan.walkSpeed) +
-                                 " units/s; CLIENT_B stands. Each game shows the other player as a proxy. " +
+                             "CLIENT_A " + demo_walk_text(options, plan) +
+                                 "; CLIENT_B stands. Each game shows the other player as a proxy. " +
                                  number_text("%.1f s", t.end) + " in all.",
                              figure_notes(a, b, outcome, follow, problems)};
     const fs::path plotFile = dir / kPlotFile;

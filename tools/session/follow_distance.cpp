@@ -43,15 +43,19 @@ auto follow_distances(const TimedTrack& leader, const TimedTrack& follower) -> s
 auto follow_stats(const std::vector<DistanceSample>& distances, double from, double to) -> FollowStats {
     FollowStats stats;
     double sum = 0.0;
+    double squares = 0.0;
     for (const auto& sample : distances) {
         if (sample.seconds < from || sample.seconds > to)
             continue;
         ++stats.count;
         sum += sample.distance;
+        squares += sample.distance * sample.distance;
         stats.max = std::max(stats.max, sample.distance);
     }
-    if (stats.count > 0)
+    if (stats.count > 0) {
         stats.mean = sum / static_cast<double>(stats.count);
+        stats.rms = std::sqrt(squares / static_cast<double>(stats.count));
+    }
     return stats;
 }
 

@@ -32,6 +32,7 @@ auto follow_distances(const TimedTrack& leader, const TimedTrack& follower) -> s
 struct FollowStats {
     std::size_t count = 0;
     double mean = 0.0;
+    double rms = 0.0;
     double max = 0.0;
 };
 

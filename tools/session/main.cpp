@@ -59,8 +59,9 @@ auto run(const tool::Command& command) -> int {
                                 exchangeFile(tool::kStopMarker), "removed");
     case tool::CommandKind::Relay:
         tool::install_stop_handlers();
-        return tool::run_relay({command.gameDirs[0], command.gameDirs[1], command.hz, command.duration},
-                               std::cout);
+        return tool::run_relay(
+            {command.gameDirs[0], command.gameDirs[1], command.hz, command.predict, command.duration},
+            std::cout);
     case tool::CommandKind::Watch: {
         tool::install_stop_handlers();
         const bool terminal = tool::stdout_is_terminal();

@@ -9,10 +9,14 @@
 
 namespace korvath::session_tool {
 
+inline constexpr int kPredictingRelayHz = 100; // a prediction is never more than 10 ms old
+inline constexpr int kPlainRelayHz = 20;       // twice the rate at which a game writes its local state
+
 struct RelayOptions {
     std::filesystem::path gameDirA; // CLIENT_A's game folder
     std::filesystem::path gameDirB; // CLIENT_B's game folder
-    int hz = 20;
+    int hz = 0;          // rows written a second; 0: kPredictingRelayHz, or kPlainRelayHz without prediction
+    bool predict = true; // write where the player will be when the proxy gets there
     std::optional<std::chrono::nanoseconds> duration; // nothing: until SIGINT/SIGTERM
 };
 

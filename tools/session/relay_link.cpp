@@ -2,28 +2,41 @@
 
 #include "tools/session/exchange_names.hpp"
 #include "tools/session/file_io.hpp"
-#include "tools/session/local_state_line.hpp"
 #include "tools/session/remote_player_row.hpp"
 
 namespace korvath::session_tool {
 
-auto relay_local_state(const RelayLink& link, std::filesystem::file_time_type now) -> RelayOutcome {
+auto read_relay_source(const RelayLink& link, std::filesystem::file_time_type now) -> RelaySource {
     const auto source = exchange_dir_of(link.fromGameDir) / kLocalStateFile;
     const auto age = file_age(source, now);
     if (!age)
-        return RelayOutcome::Missing;
+        return {std::nullopt, {}, RelayOutcome::Missing};
     if (*age > kLocalStateMaxAge)
-        return RelayOutcome::Stale;
+        return {std::nullopt, {}, RelayOutcome::Stale};
+    // A local state is one short line; the relay reads it up to 100 times a second, so a huge file is
+    // refused rather than read.
+    std::error_code error;
+    if (const auto size = std::filesystem::file_size(source, error); !error && size > kLargestLocalState)
+        return {std::nullopt, {}, RelayOutcome::Invalid};
     const auto content = read_whole_file(source);
     if (!content)
-        return RelayOutcome::Missing;
-    const auto pose = parse_local_state(*content);
-    if (!pose)
-        return RelayOutcome::Invalid;
-    const auto row = format_remote_player_row(link.playerId, link.displayName, *pose);
+        return {std::nullopt, {}, RelayOutcome::Missing};
+    auto sample = parse_local_state_sample(*content);
+    if (!sample)
+        return {std::nullopt, {}, RelayOutcome::Invalid};
+    return {std::move(sample), *age, RelayOutcome::Relayed};
+}
+
+auto write_relay_row(const RelayLink& link, const PlayerPose& pose) -> RelayOutcome {
+    const auto row = format_remote_player_row(link.playerId, link.displayName, pose);
     if (!write_file_atomically(exchange_dir_of(link.toGameDir) / kRemotePlayersFile, row))
         return RelayOutcome::WriteFailed;
     return RelayOutcome::Relayed;
+}
+
+auto relay_local_state(const RelayLink& link, std::filesystem::file_time_type now) -> RelayOutcome {
+    const RelaySource source = read_relay_source(link, now);
+    return source.sample ? write_relay_row(link, source.sample->pose) : source.outcome;
 }
 
 auto describe(RelayOutcome outcome) -> std::string_view {

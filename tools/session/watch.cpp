@@ -4,6 +4,7 @@
 #include "tools/session/client_snapshot.hpp"
 #include "tools/session/client_view.hpp"
 #include "tools/session/periodic_loop.hpp"
+#include "tools/session/watch_desync.hpp"
 
 #include <ctime>
 #include <string>
@@ -27,10 +28,16 @@ auto local_time_text() -> std::string {
 
 auto run_watch(const WatchOptions& options, std::ostream& out) -> int {
     std::vector<ClientSnapshot> snapshots(options.gameDirs.size());
+    // Two folders are taken as the two sides of one session, as the relay pairs them.
+    std::optional<WatchDesync> desync;
+    if (options.gameDirs.size() == 2)
+        desync.emplace();
     bool first = true;
     std::string shown;
     run_periodically(kPollPeriod, options.duration, [&] {
         const auto now = std::filesystem::file_time_type::clock::now();
+        if (desync)
+            desync->update(options.gameDirs[0], options.gameDirs[1]);
         std::string view;
         for (std::size_t index = 0; index < options.gameDirs.size(); ++index) {
             snapshots[index] =
@@ -38,6 +45,8 @@ auto run_watch(const WatchOptions& options, std::ostream& out) -> int {
             if (index > 0)
                 view += "\n";
             view += render_client_view(snapshots[index], options.width);
+            if (const auto meter = desync ? desync->text(index, now) : std::nullopt)
+                view += "  desync        " + *meter + "\n";
         }
         first = false;
         if (view == shown)

@@ -11,7 +11,7 @@ namespace korvath::session_tool {
 namespace {
 
 constexpr std::string_view kCharacterClass = "BP_PlayerCharacter_C";
-constexpr std::size_t kFieldCount = 11;
+constexpr std::size_t kFieldCount = 11; // a twelfth, the steady clock, is optional
 
 auto parse_number(const std::string& text, double& value) -> bool {
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
@@ -48,12 +48,15 @@ auto WorldTrace::read_more(const std::filesystem::path& path) -> bool {
 
 auto WorldTrace::take_line(std::string_view line) -> void {
     const auto fields = split_tab_fields(line);
-    if (fields.size() != kFieldCount || fields[2] != kCharacterClass)
+    if (fields.size() < kFieldCount || fields.size() > kFieldCount + 1 || fields[2] != kCharacterClass)
         return;
     TraceSample sample;
     if (!parse_number(fields[0], sample.seconds) || !parse_number(fields[3], sample.x) ||
         !parse_number(fields[4], sample.y) || !parse_number(fields[5], sample.z))
         return;
+    double monotonic = 0.0;
+    if (!m_clockZero && fields.size() > kFieldCount && parse_number(fields[kFieldCount], monotonic))
+        m_clockZero = monotonic - sample.seconds;
     if (m_pawnName.empty())
         m_pawnName = fields[1];
     if (fields[1] == m_pawnName)

@@ -56,6 +56,8 @@ auto run_game_thread(const GameThreadPlan& plan, StopFlag& stop, HookGuard& proc
         if (walking && now - lastFrame >= framePeriod) {
             walk_pawn(walker, plan.pawn, std::chrono::duration<double>(now - lastFrame).count());
             lastFrame = now;
+            if (plan.frames)
+                plan.frames->mark(now);
         }
     });
     return calls;

@@ -4,6 +4,7 @@
 
 #include "standin/Engine.hpp"
 
+#include "tools/sim/frame_clock.hpp"
 #include "tools/sim/hook_guard.hpp"
 #include "tools/sim/stop_flag.hpp"
 #include "tools/sim/walker.hpp"
@@ -16,6 +17,7 @@ struct GameThreadPlan {
     WalkPlan walk;
     standin::AActor* pawn{};    // the local pawn
     standin::UObject* caller{}; // the object the engine's ProcessEvent calls are made on
+    FrameClock* frames{};       // marked after each walk step, when set
 };
 
 inline constexpr double kFrameHz = 60;

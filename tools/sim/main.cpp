@@ -5,6 +5,7 @@
 #include "tools/platform/os.hpp"
 #include "tools/sim/game_folder.hpp"
 #include "tools/sim/game_thread.hpp"
+#include "tools/sim/latency_probe.hpp"
 #include "tools/sim/local_state_writer.hpp"
 #include "tools/sim/mod_host.hpp"
 #include "tools/sim/options.hpp"
@@ -36,6 +37,23 @@ auto install_console() -> void {
     auto& devices = RC::Output::DefaultTargets::get_default_devices_ref();
     devices.clear();
     devices.push_back(std::make_unique<standin::StreamDevice>(stdout));
+}
+
+// The design's bound: a poll at most 75 ms after the write, a post at most 50 ms after the poll, and
+// the next ProcessEvent call.
+auto print_latencies(const std::vector<double>& latencies, double processEventHz) -> void {
+    const double boundMs = 75 + 50 + (processEventHz > 0 ? 1000 / processEventHz : 0);
+    const auto median = percentile(latencies, 0.5), p99 = percentile(latencies, 0.99);
+    if (!median || !p99) {
+        std::fprintf(stderr, "korvath-sim: no pose-to-proxy latency measured (no proxy moved)\n");
+        return;
+    }
+    std::fprintf(
+        stderr,
+        "korvath-sim: pose-to-proxy latency over %zu changes: median %.1f ms, 99th percentile %.1f ms, "
+        "maximum %.1f ms (bound %.0f ms)\n",
+        latencies.size(), *median * 1000, *p99 * 1000, percentile(latencies, 1.0).value_or(0) * 1000,
+        boundMs);
 }
 
 auto run(const SimOptions& options, const std::vector<std::string>& args) -> int {
@@ -80,19 +98,29 @@ auto run(const SimOptions& options, const std::vector<std::string>& args) -> int
                 host->engine_ready();
         });
     }
-    const GameThreadPlan gamePlan{options.processEventHz, options.walk, world.pawn, world.controller};
+    FrameClock frames;
+    const GameThreadPlan gamePlan{options.processEventHz, options.walk, world.pawn, world.controller,
+                                  &frames};
     uint64_t processEventCalls = 0;
     threads.emplace_back([&] { processEventCalls = run_game_thread(gamePlan, stop, processEventGuard); });
     // The outside process's tracker of the local pawn, and the world trace.
     threads.emplace_back([&] {
         LocalStateWriter localState(options.gameDir / "KorvathOnline", options.mapName);
         run_every(to_duration(1 / kObserverHz), stop, [&] {
-            if (options.writeLocalState)
-                localState.write(standin::engine().inspect(world.pawn).pose);
+            if (options.writeLocalState) {
+                standin::Pose pose;
+                const auto frame = frames.stamped([&] { pose = standin::engine().inspect(world.pawn).pose; });
+                localState.write(pose, frame.value_or(SteadyClock::now()));
+            }
             if (worldLog)
                 worldLog->snapshot(seconds_since(start));
         });
     });
+
+    std::vector<double> latencies;
+    if (options.latencyProbe)
+        threads.emplace_back(
+            [&] { latencies = run_latency_probe(options.gameDir / "KorvathOnline", options.mapName, stop); });
 
     const std::string reason = wait_for_termination(options.durationSeconds);
     const double runSeconds = seconds_since(start);
@@ -102,6 +130,8 @@ auto run(const SimOptions& options, const std::vector<std::string>& args) -> int
         thread.join();
     std::fprintf(stderr, "korvath-sim: %" PRIu64 " ProcessEvent calls (%.0f a second)\n", processEventCalls,
                  static_cast<double>(processEventCalls) / runSeconds);
+    if (options.latencyProbe)
+        print_latencies(latencies, options.processEventHz);
     host->uninstall();
     host->print_summaries();
     processEventGuard.print_summary();

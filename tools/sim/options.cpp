@@ -51,8 +51,8 @@ auto parse_fault(std::string_view value) -> std::optional<FaultSetting> {
     return FaultSetting{*op, standin::Fault{*mode, fromCall}};
 }
 
-auto flags() -> const std::array<Flag, 13>& {
-    static const std::array<Flag, 13> table{{
+auto flags() -> const std::array<Flag, 14>& {
+    static const std::array<Flag, 14> table{{
         {"--game-dir", true,
          [](SimOptions& o, std::string_view v) -> std::optional<std::string> {
              if (v.empty())
@@ -131,6 +131,11 @@ auto flags() -> const std::array<Flag, 13>& {
              if (!plan)
                  return error;
              o.walk = std::move(*plan);
+             return std::nullopt;
+         }},
+        {"--latency-probe", false,
+         [](SimOptions& o, std::string_view) -> std::optional<std::string> {
+             o.latencyProbe = true;
              return std::nullopt;
          }},
         {"--no-local-state", false,
@@ -234,13 +239,19 @@ stop event), or for --duration seconds; then exits 0.
                           walk out to a circle centred on the start, then around it (units, units/s)
   --walk waypoints:X,Y;X,Y;...[@SPEED]
                           walk to each point in turn, looping (default speed 600 units/s)
+  --walk path:X,Y;X,Y;...[@SPEED]
+                          walk to each point in turn once, then stand
   --no-local-state        do not write KorvathOnline/local_state.tsv (written 10 times a second)
   --fail OP=MODE[@N]      make an engine operation fail, from its N-th call on (repeatable)
                           OP: controller class world spawn move destroy pawn relocate
                               hidden collision tick fullname
                           MODE: missing false throw throw-unknown
+  --latency-probe         act as the outside process: place the enable marker, then alternate the
+                          remote pose between two points every 150 to 300 ms; at the end print the
+                          median and 99th percentile of the time from a new pose to the proxy's
+                          first move toward it
   --world-log FILE        every 100 ms one tab-separated line per actor: seconds, full name, class,
-                          x, y, z, yaw, hidden, collision, tick, alive
+                          x, y, z, yaw, hidden, collision, tick, alive, steady clock seconds
   --help                  print this text
   --version               print the version
 )";

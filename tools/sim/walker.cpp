@@ -2,6 +2,7 @@
 
 #include "tools/sim/text_values.hpp"
 
+#include <algorithm>
 #include <cmath>
 #include <numbers>
 
@@ -11,6 +12,7 @@ namespace {
 
 constexpr std::string_view kCirclePrefix = "circle:";
 constexpr std::string_view kWaypointsPrefix = "waypoints:";
+constexpr std::string_view kPathPrefix = "path:";
 
 auto distance(Point2 a, Point2 b) -> double {
     return std::hypot(b.x - a.x, b.y - a.y);
@@ -43,7 +45,7 @@ auto parse_waypoints(std::string_view text, std::string& error) -> std::optional
     for (const auto point : split(text, ';')) {
         const auto values = parse_numbers(point, ',', 2);
         if (!values) {
-            error = "expected waypoints:X,Y;X,Y;...[@SPEED], got point '" + std::string(point) + "'";
+            error = "expected X,Y;X,Y;...[@SPEED], got point '" + std::string(point) + "'";
             return std::nullopt;
         }
         plan.waypoints.push_back({(*values)[0], (*values)[1]});
@@ -58,7 +60,13 @@ auto parse_walk_plan(std::string_view text, std::string& error) -> std::optional
         return parse_circle(text.substr(kCirclePrefix.size()), error);
     if (text.starts_with(kWaypointsPrefix))
         return parse_waypoints(text.substr(kWaypointsPrefix.size()), error);
-    error = "expected circle:RADIUS,SPEED or waypoints:X,Y;X,Y;...[@SPEED]";
+    if (text.starts_with(kPathPrefix)) {
+        auto plan = parse_waypoints(text.substr(kPathPrefix.size()), error);
+        if (plan)
+            plan->kind = WalkPlan::Kind::Path;
+        return plan;
+    }
+    error = "expected circle:RADIUS,SPEED, waypoints:X,Y;X,Y;...[@SPEED] or path:X,Y;X,Y;...[@SPEED]";
     return std::nullopt;
 }
 
@@ -74,11 +82,14 @@ Walker::Walker(const WalkPlan& plan, Point2 start)
         m_loopLength = 2 * std::numbers::pi * m_plan.radius;
         break;
     case WalkPlan::Kind::Waypoints:
+    case WalkPlan::Kind::Path: {
         m_loopStart = m_plan.waypoints.front();
-        for (std::size_t i = 0; i < m_plan.waypoints.size(); ++i)
+        const std::size_t legs = m_plan.waypoints.size() - (m_plan.kind == WalkPlan::Kind::Path ? 1 : 0);
+        for (std::size_t i = 0; i < legs; ++i)
             m_loopLength +=
                 distance(m_plan.waypoints[i], m_plan.waypoints[(i + 1) % m_plan.waypoints.size()]);
         break;
+    }
     }
     m_leadIn = distance(m_start, m_loopStart);
 }
@@ -89,6 +100,8 @@ auto Walker::point_at(double travelled) const -> Point2 {
     if (m_loopLength <= 0)
         return m_loopStart;
     const double along = travelled - m_leadIn;
+    if (m_plan.kind == WalkPlan::Kind::Path && along >= m_loopLength)
+        return m_plan.waypoints.back();
     if (m_plan.kind == WalkPlan::Kind::Circle) {
         const double angle = along / m_plan.radius;
         return {m_start.x + m_plan.radius * std::cos(angle), m_start.y + m_plan.radius * std::sin(angle)};
@@ -111,7 +124,9 @@ auto Walker::advance(double seconds) -> WalkStep {
         return {};
     const Point2 before = point_at(m_travelled);
     m_travelled += m_plan.speed * seconds;
-    if (m_travelled >= m_leadIn) {
+    if (m_plan.kind == WalkPlan::Kind::Path) {
+        m_travelled = std::min(m_travelled, m_leadIn + m_loopLength);
+    } else if (m_travelled >= m_leadIn) {
         // Whole loops add no displacement; keep the distance small so precision does not decay.
         m_travelled =
             m_loopLength > 0 ? m_leadIn + std::fmod(m_travelled - m_leadIn, m_loopLength) : m_leadIn;

@@ -15,7 +15,7 @@ struct Point2 {
 };
 
 struct WalkPlan {
-    enum class Kind { Stand, Circle, Waypoints };
+    enum class Kind { Stand, Circle, Waypoints, Path }; // a path is waypoints walked once
     Kind kind{Kind::Stand};
     double radius{}; // circle, units
     double speed{};  // units per second
@@ -24,7 +24,8 @@ struct WalkPlan {
 
 inline constexpr double kDefaultWaypointSpeed = 600.0; // the engine's default walking speed
 
-// "circle:RADIUS,SPEED" or "waypoints:X,Y;X,Y;...[@SPEED]". On failure returns nullopt and sets `error`.
+// "circle:RADIUS,SPEED", "waypoints:X,Y;X,Y;...[@SPEED]" or "path:X,Y;X,Y;...[@SPEED]". On failure
+// returns nullopt and sets `error`.
 auto parse_walk_plan(std::string_view text, std::string& error) -> std::optional<WalkPlan>;
 
 struct WalkStep {
@@ -33,7 +34,8 @@ struct WalkStep {
 };
 
 // A circle is centred on the start: the pawn first walks out to its rim (towards +x), then around it
-// counter-clockwise. Waypoints are walked in order from the start, then looped (last back to first).
+// counter-clockwise. Waypoints are walked in order from the start, then looped (last back to first); a
+// path's are walked once, and the pawn stops dead on the last.
 class Walker {
 public:
     Walker(const WalkPlan& plan, Point2 start);
@@ -48,7 +50,7 @@ private:
     Point2 m_start;
     Point2 m_loopStart;    // first point of the loop, where the lead-in from the start ends
     double m_leadIn{};     // length of the lead-in, units
-    double m_loopLength{}; // length of one loop, units
+    double m_loopLength{}; // length of one loop (of a path: from its first point to its last), units
     double m_travelled{};  // along the path, kept below m_leadIn + m_loopLength
 };
 

@@ -5,6 +5,7 @@
 
 #include "tools/platform/os.hpp"
 
+#include <chrono>
 #include <stdexcept>
 
 namespace korvath::sim {
@@ -20,12 +21,14 @@ WorldLog::~WorldLog() {
 }
 
 auto WorldLog::snapshot(double secondsSinceStart) -> void {
+    const double monotonic =
+        std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
     for (const auto* actor : standin::engine().actors()) {
         const standin::ActorState state = standin::engine().inspect(actor);
-        std::fprintf(m_file, "%.3f\t%s\t%s\t%.3f\t%.3f\t%.3f\t%.3f\t%d\t%d\t%d\t%d\n", secondsSinceStart,
-                     standin::to_utf8(state.fullName).c_str(), standin::to_utf8(state.className).c_str(),
-                     state.pose.x, state.pose.y, state.pose.z, state.pose.yaw, state.hidden, state.collision,
-                     state.tick, state.alive);
+        std::fprintf(m_file, "%.3f\t%s\t%s\t%.3f\t%.3f\t%.3f\t%.3f\t%d\t%d\t%d\t%d\t%.6f\n",
+                     secondsSinceStart, standin::to_utf8(state.fullName).c_str(),
+                     standin::to_utf8(state.className).c_str(), state.pose.x, state.pose.y, state.pose.z,
+                     state.pose.yaw, state.hidden, state.collision, state.tick, state.alive, monotonic);
     }
     std::fflush(m_file);
 }

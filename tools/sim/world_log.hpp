@@ -1,7 +1,8 @@
 #pragma once
 // A trace of the simulated world for tests and soak runs: per snapshot, one tab-separated line per
 // actor ever created: seconds since start, full name, class, x, y, z, yaw, hidden, collision, tick,
-// alive (flags as 0/1).
+// alive (flags as 0/1), and the steady clock's time in seconds, which lines up the logs of games
+// running side by side.
 
 #include <cstdio>
 #include <filesystem>
