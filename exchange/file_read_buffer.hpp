@@ -28,6 +28,12 @@ public:
 private:
     static constexpr std::size_t kInlineBytes = 8192;
 
+    // The growing read both platforms share (file_read_buffer_fill.hpp): read_some(buffer, wanted) reads
+    // at most `wanted` bytes and yields how many, or nothing on an error; file_size() yields the file's
+    // size, 0 when unknown.
+    template <typename ReadSome, typename FileSize>
+    auto fill(ReadSome read_some, FileSize file_size) -> bool;
+
     std::size_t maxBytes_;
     const char* data_ = inline_;
     std::size_t size_ = 0;

@@ -1,10 +1,10 @@
-#include "exchange/file_read_buffer.hpp"
+#include "exchange/file_read_buffer_fill.hpp"
 
 #define WIN32_LEAN_AND_MEAN
 #include <windows.h>
 
 #include <algorithm>
-#include <cstring>
+#include <optional>
 
 namespace korvath {
 
@@ -14,16 +14,6 @@ struct HandleCloser {
     HANDLE handle;
     ~HandleCloser() { CloseHandle(handle); }
 };
-
-// The buffer size to move to when `capacity` bytes did not hold the file: its size plus one byte (so
-// the read that reaches its end comes back short), at least double, at most `limit`.
-auto grown_capacity(HANDLE file, std::size_t capacity, std::size_t limit) -> std::size_t {
-    std::size_t wanted = capacity * 2;
-    LARGE_INTEGER size{};
-    if (GetFileSizeEx(file, &size) && size.QuadPart > 0)
-        wanted = std::max(wanted, static_cast<std::size_t>(size.QuadPart) + 1);
-    return std::min(wanted, limit);
-}
 
 } // namespace
 
@@ -42,40 +32,19 @@ auto FileReadBuffer::read(const std::filesystem::path& path) -> bool {
     if (GetFileType(file) != FILE_TYPE_DISK)
         return false;
 
-    // One byte beyond maxBytes_ tells a longer file from one of exactly maxBytes_ bytes.
-    const std::size_t limit = maxBytes_ + 1;
-    char* data = inline_;
-    std::size_t capacity = std::min(kInlineBytes, limit);
-    std::size_t size = 0;
-    for (;;) {
-        if (size == capacity) {
-            if (capacity == limit)
-                break;
-            const std::size_t grown = grown_capacity(file, capacity, limit);
-            if (heapCapacity_ < grown) {
-                auto bigger = std::make_unique_for_overwrite<char[]>(grown);
-                std::memcpy(bigger.get(), data, size);
-                heap_ = std::move(bigger);
-                heapCapacity_ = grown;
-            } else if (data != heap_.get()) {
-                std::memcpy(heap_.get(), data, size);
-            }
-            data = heap_.get();
-            capacity = grown;
-        }
-        const DWORD wanted = static_cast<DWORD>(std::min<std::size_t>(capacity - size, 1u << 30));
-        DWORD got = 0;
-        if (!ReadFile(file, data + size, wanted, &got, nullptr))
-            return false;
-        size += got;
-        // A file comes back short only at its end: no further read is needed to see it.
-        if (got < wanted)
-            break;
-    }
-    data_ = data;
-    truncated_ = size > maxBytes_;
-    size_ = std::min(size, maxBytes_);
-    return true;
+    return fill(
+        [file](char* buffer, std::size_t wanted) -> std::optional<std::size_t> {
+            DWORD got = 0;
+            const auto asked = static_cast<DWORD>(std::min<std::size_t>(wanted, 1u << 30));
+            if (!ReadFile(file, buffer, asked, &got, nullptr))
+                return std::nullopt;
+            return got;
+        },
+        [file]() -> std::size_t {
+            LARGE_INTEGER size{};
+            return GetFileSizeEx(file, &size) && size.QuadPart > 0 ? static_cast<std::size_t>(size.QuadPart)
+                                                                   : 0;
+        });
 }
 
 } // namespace korvath
