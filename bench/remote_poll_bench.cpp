@@ -6,6 +6,8 @@
 #include "exchange/exchange_directory.hpp"
 #include "exchange/remote_players.hpp"
 
+#include "bench/bench_directory.hpp"
+
 #include <benchmark/benchmark.h>
 
 #include <cstdlib>
@@ -21,16 +23,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-auto bench_directory() -> const fs::path& {
-    static const fs::path directory = [] {
-        std::string pattern = (fs::temp_directory_path() / "korvath-bench-XXXXXX").string();
-        if (!mkdtemp(pattern.data()))
-            std::abort();
-        korvath::exchangeDirectory = pattern;
-        return fs::path(pattern);
-    }();
-    return directory;
-}
+using korvath::bench::bench_directory;
 
 // Writes the table and dates it an hour ahead, so it stays fresh however long the run takes.
 auto write_table(int64_t rows, bool onlyLastValid) -> fs::path {

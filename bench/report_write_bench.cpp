@@ -7,6 +7,8 @@
 #include "exchange/exchange_directory.hpp"
 #include "session/heartbeat.hpp"
 
+#include "bench/bench_directory.hpp"
+
 #include <benchmark/benchmark.h>
 
 #include <cstdio>
@@ -18,16 +20,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-auto bench_directory() -> const fs::path& {
-    static const fs::path directory = [] {
-        std::string pattern = (fs::temp_directory_path() / "korvath-bench-XXXXXX").string();
-        if (!mkdtemp(pattern.data()))
-            std::abort();
-        korvath::exchangeDirectory = pattern;
-        return fs::path(pattern);
-    }();
-    return directory;
-}
+using korvath::bench::bench_directory;
 
 // About the size of the status report.
 const std::string kReport(700, 'x');

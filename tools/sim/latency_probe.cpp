@@ -7,7 +7,7 @@
 #include <system_error>
 
 #include "standin/Engine.hpp"
-#include "tools/platform/os.hpp"
+#include "tools/session/file_io.hpp"
 
 namespace korvath::sim {
 
@@ -44,19 +44,6 @@ auto percentile(std::vector<double> values, double share) -> std::optional<doubl
 
 namespace {
 
-auto write_atomically(const std::filesystem::path& path, const std::string& text) -> bool {
-    const std::filesystem::path temporary = std::filesystem::path(path) += ".tmp";
-    std::FILE* file = os::open_file(temporary, "wb");
-    if (!file)
-        return false;
-    const bool written = std::fwrite(text.data(), 1, text.size(), file) == text.size();
-    if (std::fclose(file) != 0 || !written)
-        return false;
-    std::error_code error;
-    std::filesystem::rename(temporary, path, error);
-    return !error;
-}
-
 auto proxy_x() -> std::optional<double> {
     for (const auto* actor : standin::engine().spawned_actors())
         if (const auto state = standin::engine().inspect(actor); state.alive)
@@ -70,7 +57,7 @@ auto run_latency_probe(const std::filesystem::path& exchangeDir, const std::stri
     -> std::vector<double> {
     std::error_code error;
     std::filesystem::create_directories(exchangeDir, error);
-    write_atomically(exchangeDir / "phase5g.enable_once.txt", "");
+    session_tool::write_file_atomically(exchangeDir / "phase5g.enable_once.txt", "");
     std::mt19937 spread(11); // fixed: runs are alike
     std::uniform_int_distribution<int> gapMs(150, 300);
     LatencyProbe probe;
@@ -83,7 +70,8 @@ auto run_latency_probe(const std::filesystem::path& exchangeDir, const std::stri
     do {
         const auto now = SteadyClock::now();
         if (now >= nextWrite &&
-            write_atomically(exchangeDir / "remote_players.tsv", probe_row(probe.next_target(), mapName))) {
+            session_tool::write_file_atomically(exchangeDir / "remote_players.tsv",
+                                                probe_row(probe.next_target(), mapName))) {
             probe.written(seconds(now));
             nextWrite = now + std::chrono::milliseconds(gapMs(spread));
         }

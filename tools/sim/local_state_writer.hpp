@@ -28,7 +28,6 @@ public:
 
 private:
     std::filesystem::path m_path;
-    std::filesystem::path m_temporary;
     std::string m_mapName;
     uint64_t m_sequence = 0;
 };
