@@ -2,10 +2,10 @@
 // a plain read of the same file and an atomic write of the same row; and the predictor alone. The
 // relay makes two such steps 100 times a second (20 without prediction).
 
-#include "tools/session/file_io.hpp"
-#include "tools/session/pose_predictor.hpp"
-#include "tools/session/predicting_link.hpp"
-#include "tools/session/remote_player_row.hpp"
+#include "tools/session/exchange/file_io.hpp"
+#include "tools/session/exchange/remote_player_row.hpp"
+#include "tools/session/link/pose_predictor.hpp"
+#include "tools/session/link/predicting_link.hpp"
 
 #include <benchmark/benchmark.h>
 

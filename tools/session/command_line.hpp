@@ -1,8 +1,8 @@
 #pragma once
 // The tool's command line: subcommand, game folders and options, checked before anything runs.
 
-#include "tools/session/client_controls.hpp"
-#include "tools/session/demo_plan.hpp"
+#include "tools/session/demo/demo_plan.hpp"
+#include "tools/session/exchange/client_controls.hpp"
 
 #include <chrono>
 #include <filesystem>

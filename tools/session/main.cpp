@@ -1,14 +1,14 @@
 // korvath-session: the outside session process of KorvathOnlineCpp.
 
 #include "tools/platform/os.hpp"
-#include "tools/session/client_controls.hpp"
 #include "tools/session/command_line.hpp"
-#include "tools/session/demo.hpp"
-#include "tools/session/exchange_names.hpp"
-#include "tools/session/periodic_loop.hpp"
-#include "tools/session/relay.hpp"
-#include "tools/session/terminal.hpp"
-#include "tools/session/watch.hpp"
+#include "tools/session/demo/demo.hpp"
+#include "tools/session/exchange/client_controls.hpp"
+#include "tools/session/exchange/exchange_names.hpp"
+#include "tools/session/link/periodic_loop.hpp"
+#include "tools/session/link/relay.hpp"
+#include "tools/session/watch/terminal.hpp"
+#include "tools/session/watch/watch.hpp"
 
 #include <iostream>
 #include <string>

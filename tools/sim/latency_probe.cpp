@@ -7,7 +7,7 @@
 #include <system_error>
 
 #include "standin/Engine.hpp"
-#include "tools/session/file_io.hpp"
+#include "tools/session/exchange/file_io.hpp"
 
 namespace korvath::sim {
 

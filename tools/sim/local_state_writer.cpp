@@ -1,6 +1,6 @@
 #include "tools/sim/local_state_writer.hpp"
 
-#include "tools/session/file_io.hpp"
+#include "tools/session/exchange/file_io.hpp"
 
 #include <chrono>
 #include <cstdio>

@@ -1,0 +1,56 @@
+#include "tools/session/exchange/file_io.hpp"
+
+#include "tools/platform/os.hpp"
+#include "tools/session/exchange/exchange_names.hpp"
+
+#include <fstream>
+
+namespace korvath::session_tool {
+
+namespace fs = std::filesystem;
+
+auto read_whole_file(const fs::path& path) -> std::optional<std::string> {
+    try {
+        return os::read_shared(path);
+    } catch (...) {
+        return std::nullopt;
+    }
+}
+
+auto write_file_atomically(const fs::path& target, std::string_view content) -> bool {
+    try {
+        std::error_code error;
+        fs::create_directories(target.parent_path(), error);
+        fs::path temporary = target;
+        temporary += kTemporarySuffix;
+        {
+            std::ofstream out(temporary, std::ios::binary | std::ios::trunc);
+            if (!out)
+                return false;
+            out.write(content.data(), static_cast<std::streamsize>(content.size()));
+            out.close();
+            if (!out) {
+                fs::remove(temporary, error);
+                return false;
+            }
+        }
+        fs::rename(temporary, target, error);
+        if (error) {
+            fs::remove(temporary, error);
+            return false;
+        }
+        return true;
+    } catch (...) {
+        return false;
+    }
+}
+
+auto file_age(const fs::path& path, fs::file_time_type now) -> std::optional<fs::file_time_type::duration> {
+    std::error_code error;
+    const auto lastWrite = fs::last_write_time(path, error);
+    if (error)
+        return std::nullopt;
+    return now - lastWrite;
+}
+
+} // namespace korvath::session_tool

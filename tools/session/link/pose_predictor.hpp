@@ -1,0 +1,61 @@
+#pragma once
+// Where a player will be when the other side's proxy gets there. The mod shows a remote pose late: it
+// reads remote_players.tsv at its next poll, moves the proxy a fixed share of the gap per step and
+// holds it between steps. From the player's last samples the predictor extrapolates the pose over the
+// sample's age plus that lag: speed and heading from the last two samples, turn rate and (only when
+// slowing) the change of speed from the last three, yaw from its own rate. All times are the caller's
+// clock, in nanoseconds; the predictor reads no clock.
+
+#include "tools/session/exchange/player_pose.hpp"
+
+#include <array>
+#include <chrono>
+#include <cstddef>
+#include <optional>
+
+namespace korvath::session_tool {
+
+// The mod's delay from a row in remote_players.tsv to the proxy standing on average at that pose: half
+// a poll interval of waiting, the smoothing's lag of (1 - share) / share steps, half a step of holding
+// still. The relay's own rewrite period (10 ms) is left out, small against the rest.
+inline constexpr std::chrono::nanoseconds kModPollInterval = std::chrono::milliseconds(75);
+inline constexpr std::chrono::nanoseconds kModStepInterval = std::chrono::milliseconds(50);
+inline constexpr double kModSmoothingShare = 0.35;
+auto mod_follow_lag() -> std::chrono::nanoseconds;
+
+struct PredictorSettings {
+    std::chrono::nanoseconds lag = mod_follow_lag(); // predicted this far beyond the present
+    std::chrono::nanoseconds maxLead = std::chrono::milliseconds(350);  // beyond the latest sample
+    std::chrono::nanoseconds minStale = std::chrono::milliseconds(200); // no sample for longer than
+    double staleIntervals = 2.5; // this many sample intervals (at least minStale): no prediction
+};
+
+class PosePredictor {
+public:
+    explicit PosePredictor(PredictorSettings settings = {})
+        : m_settings(settings) {}
+
+    // A sample taken at `takenAt`. One not later than the latest is ignored; a new map or a sample more
+    // than a second after the last starts the history afresh.
+    auto add(const PlayerPose& pose, std::chrono::nanoseconds takenAt) -> void;
+    auto clear() -> void { m_count = 0; }
+
+    // The pose to write at `now`: the latest sample extrapolated to `now` + lag, the lead from the
+    // sample capped; the latest sample as it is while there is no history or the samples have stopped.
+    // Nothing before the first sample.
+    auto predict(std::chrono::nanoseconds now) const -> std::optional<PlayerPose>;
+
+private:
+    struct Sample {
+        PlayerPose pose;
+        std::chrono::nanoseconds at{};
+    };
+    auto sample(std::size_t back) const -> const Sample& { return m_samples[(m_next + 3 - 1 - back) % 3]; }
+
+    PredictorSettings m_settings;
+    std::array<Sample, 3> m_samples{};
+    std::size_t m_next = 0;  // where the next sample goes
+    std::size_t m_count = 0; // samples held, up to 3
+};
+
+} // namespace korvath::session_tool
