@@ -11,7 +11,7 @@ namespace korvath {
 
 namespace {
 
-constexpr const wchar_t* kRemotePlayersFile = L"remote_players.tsv";
+constexpr std::wstring_view kRemotePlayersFile = L"remote_players.tsv";
 constexpr int64_t kMaxAgeSeconds = 2;
 // Bytes read per poll at most; only the complete lines within them are looked at.
 constexpr std::size_t kMaxFileBytes = std::size_t{16} << 20;
@@ -69,11 +69,9 @@ auto parse_remote_player_row(std::string_view line, RemotePlayerState& row) -> b
 
 auto read_remote_players(RemotePlayerState& out) -> bool {
     try {
-        const std::filesystem::path path = exchange_path(kRemotePlayersFile);
-        if (!is_file_fresh(path, kMaxAgeSeconds))
-            return false;
+        // The age is tested on the opened file, which also spares the tick a separate path lookup.
         FileReadBuffer file(kMaxFileBytes);
-        if (!file.read(path))
+        if (!file.read(exchangeDirectory, kRemotePlayersFile, fresh_since(kMaxAgeSeconds)))
             return false;
 
         std::string_view rest = file.bytes();

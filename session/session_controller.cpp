@@ -20,8 +20,8 @@ constexpr int64_t kRemotePollInterval = 75'000'000;
 constexpr int64_t kSyncPostInterval = 50'000'000;
 constexpr int64_t kStalenessLimit = 3'000'000'000;
 
-constexpr const wchar_t* kEnableMarker = L"phase5g.enable_once.txt";
-constexpr const wchar_t* kStopMarker = L"phase5g.stop.txt";
+constexpr std::wstring_view kEnableMarker = L"phase5g.enable_once.txt";
+constexpr std::wstring_view kStopMarker = L"phase5g.stop.txt";
 
 // An interval is due when its stamp is unset or at least `interval` has passed.
 auto is_due(int64_t stamp, int64_t now, int64_t interval) -> bool {
