@@ -5,6 +5,7 @@
 #include "exchange/local_state.hpp"
 #include "exchange/remote_players.hpp"
 #include "support/test_support.hpp"
+#include "tools/platform/os.hpp"
 #include "tools/session/command_line.hpp"
 #include "tools/session/demo/child_process.hpp"
 #include "tools/session/exchange/client_snapshot.hpp"
@@ -100,7 +101,7 @@ TEST(SessionToolRelayLink, RelaysOnlyAFreshValidLocalStateAndLeavesTheOtherFileA
     EXPECT_FALSE(fs::exists(remote));
 
     write_file(local, "1\t2\t3\t4\tMap_B\n");
-    const auto written = fs::last_write_time(local);
+    const auto written = *os::last_write_time(local);
     EXPECT_EQ(tool::relay_local_state(link, written + 3s), tool::RelayOutcome::Relayed);
     write_file(remote, "earlier row\n");
     EXPECT_EQ(tool::relay_local_state(link, written + 3s + 1ns), tool::RelayOutcome::Stale);
