@@ -129,13 +129,15 @@ TEST(PredictingLink, WritesTheSampleAheadWhenPredictingAndAsItIsWhenNot) {
     // Stamped samples 100 ms apart, each read 10 ms after it was taken: the clocks' offset comes from
     // the reads, so they count as read at once.
     const double lag = std::chrono::duration<double>(tool::mod_follow_lag()).count();
+    const double spawnLag = std::chrono::duration<double>(tool::mod_spawn_lag()).count();
     write_file(local, "0\t0\t100\t0\tMap_A\t1000\t1\n");
     EXPECT_EQ(predicting.step(fileNow, 1010ms), tool::RelayOutcome::Relayed);
     EXPECT_EQ(read_file(remote), row(0)); // one sample: nothing to go by
     write_file(local, "30\t0\t100\t0\tMap_A\t1100\t2\n");
     predicting.step(fileNow, 1110ms);
-    EXPECT_EQ(read_file(remote), row(30 + 300 * lag));
-    predicting.step(fileNow, 1120ms); // the same sample again: only the lead grows
+    EXPECT_EQ(read_file(remote), row(30 + 300 * spawnLag)); // no proxy yet: it will spawn on the row
+    write_file(to / "KorvathOnline" / "cpp_phase5g_spawn.txt", "spawned\n");
+    predicting.step(fileNow, 1120ms); // the same sample again: the lead grows, by the smoothing too
     EXPECT_EQ(read_file(remote), row(30 + 300 * (lag + 0.010)));
     plain.step(fileNow, 1120ms);
     EXPECT_EQ(read_file(remote), row(30));

@@ -33,7 +33,7 @@ auto stop_text(const std::optional<StopFigures>& stop) -> std::string {
     return "A came to rest" + at_text(stop->stoppedAt) + "; B's proxy of A overshot by " +
            number_text("%.1f", stop->overshoot) + " units and " +
            (stop->settleSeconds
-                ? "settled within 1 unit " + number_text("%.1f s", *stop->settleSeconds) + " after"
+                ? "settled within 1 unit " + number_text("%.2f s", *stop->settleSeconds) + " after"
                 : std::string("did not settle within 1 unit"));
 }
 
