@@ -83,11 +83,14 @@ auto run_enable_wait(SessionTimestamps& stamps, int64_t now) -> bool {
     return false;
 }
 
+// The poll's record, kept from poll to poll so that its strings' storage is reused: a poll allocates
+// nothing once the names have been seen. Update thread only.
+RemotePlayerState polled;
+
 auto poll_remote_players(SessionTimestamps& stamps, int64_t now) -> void {
     if (!is_due(stamps.lastRemotePollAt, now, kRemotePollInterval))
         return;
     stamps.lastRemotePollAt = now;
-    RemotePlayerState polled;
     if (read_remote_players(polled)) {
         {
             std::lock_guard lock(remoteStateMutex);
