@@ -109,7 +109,8 @@ TEST(SessionToolCommandLine, ValidLinesParseAndBadOnesNameTheProblem) {
         {{"watch", "A", "--hz", "5"}, "--hz", "watch"},
         {{"watch", "A", "--no-predict"}, "--no-predict", "watch"},
         {{"relay", "A", "B", "--no-predict=0"}, "no-predict", "relay"},
-        {{"demo", "--dir="}, "option --dir needs a directory", "demo"},
+        {{"demo", "--dir", ""}, "option --dir needs a directory", "demo"},
+        {{"demo", "--dir="}, "--dir", "demo"},
         {{"demo", "A"}, "A", "demo"}};
     for (const auto& [args, message, subcommand] : bad) {
         try {

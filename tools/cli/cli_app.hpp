@@ -4,12 +4,21 @@
 
 #include <CLI/CLI.hpp>
 
+#include <memory>
 #include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace korvath::cli {
+
+// CLI11's help layout with a blank line after each command's description.
+class Formatter : public CLI::Formatter {
+public:
+    auto make_description(const CLI::App* app) const -> std::string override {
+        return CLI::Formatter::make_description(app) + "\n";
+    }
+};
 
 // Replaces the default help flag with one whose callback runs first among the command's options, so
 // that --help wins over a bad value given on the same line. Call before adding any other option.
@@ -20,11 +29,14 @@ inline auto add_help_flag(CLI::App& app) -> void {
 }
 
 // A program whose options read alike on every platform: "/x" is a path on Windows too (no "/option"),
-// a flag takes no "=value", and an option given twice is an error. Subcommands inherit all of it.
+// a flag takes no "=value", and a second value for a single-value option is an error. Subcommands
+// inherit all of it.
 inline auto configure_app(CLI::App& app, std::size_t helpColumn) -> void {
     app.allow_windows_style_options(false);
     app.option_defaults()->disable_flag_override();
-    app.get_formatter()->column_width(helpColumn);
+    auto formatter = std::make_shared<Formatter>();
+    formatter->column_width(helpColumn);
+    app.formatter(formatter);
     add_help_flag(app);
 }
 

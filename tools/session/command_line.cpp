@@ -19,12 +19,14 @@ auto in_quotes(std::string_view text) -> std::string {
     return "'" + std::string(text) + "'";
 }
 
-auto parse_hz(std::string_view text) -> int {
+// A whole number of `option` within [min, max]; decimal digits only.
+auto parse_whole_number(std::string_view option, std::string_view text, int min, int max) -> int {
     int value = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (text.empty() || error != std::errc{} || end != text.data() + text.size() || value < 1 ||
-        value > kMaxHz)
-        throw UsageError("--hz must be a whole number from 1 to 1000, got " + in_quotes(text));
+    if (text.empty() || error != std::errc{} || end != text.data() + text.size() || value < min ||
+        value > max)
+        throw UsageError(std::string(option) + " must be a whole number from " + std::to_string(min) +
+                         " to " + std::to_string(max) + ", got " + in_quotes(text));
     return value;
 }
 
@@ -55,18 +57,13 @@ auto add_command(CLI::App& app, Command& command, std::string name, CommandKind 
     return sub;
 }
 
-// A game folder (`many`: one or more), appended to the command's in the order given.
-auto add_folders(CLI::App& sub, Command& command, std::string name, std::string help, bool many = false)
-    -> void {
-    sub.add_option_function<std::vector<std::string>>(
+// A game folder, appended to the command's in the order given.
+auto add_folder(CLI::App& sub, Command& command, std::string name, std::string help) -> void {
+    sub.add_option_function<std::string>(
            std::move(name),
-           [&command](const std::vector<std::string>& dirs) {
-               for (const auto& dir : dirs)
-                   command.gameDirs.push_back(os::utf8_path(dir));
-           },
+           [&command](const std::string& dir) { command.gameDirs.push_back(os::utf8_path(dir)); },
            std::move(help))
         ->required()
-        ->expected(1, many ? CLI::detail::expected_max_vector_size : 1)
         ->type_name("");
 }
 
@@ -82,33 +79,36 @@ auto add_duration(CLI::App& sub, Command& command) -> void {
 auto define_commands(CLI::App& app, Command& command) -> void {
     auto& role = add_command(app, command, "role", CommandKind::Role,
                              "write the role file (read by the mod when it loads)");
-    add_folders(role, command, "DIR", "game folder");
+    add_folder(role, command, "DIR", "game folder");
     role.add_option_function<std::string>(
             "ROLE", [&command](const std::string& value) { command.role = parse_role(value); },
             "CLIENT_A or CLIENT_B")
         ->required()
         ->type_name("");
 
-    add_folders(add_command(app, command, "enable", CommandKind::Enable,
-                            "place the enable marker: ask for one proxy session"),
-                command, "DIR", "game folder");
-    add_folders(add_command(app, command, "stop", CommandKind::Stop,
-                            "place the stop marker: end the session, destroy the proxy"),
-                command, "DIR", "game folder");
-    add_folders(add_command(app, command, "resume", CommandKind::Resume, "remove the stop marker"), command,
-                "DIR", "game folder");
+    add_folder(add_command(app, command, "enable", CommandKind::Enable,
+                           "place the enable marker: ask for one proxy session"),
+               command, "DIR", "game folder");
+    add_folder(add_command(app, command, "stop", CommandKind::Stop,
+                           "place the stop marker: end the session, destroy the proxy"),
+               command, "DIR", "game folder");
+    add_folder(add_command(app, command, "resume", CommandKind::Resume, "remove the stop marker"), command,
+               "DIR", "game folder");
 
     auto& relay = add_command(app, command, "relay", CommandKind::Relay,
                               "write each side's fresh local state into the other side's\n"
                               "remote_players.tsv, N times a second (1..1000), predicted\n"
                               "ahead to where the proxy will show it (default 100 Hz); with\n"
                               "--no-predict the pose as it is (default 20 Hz)");
-    add_folders(relay, command, "DIR_A", "one game folder");
-    add_folders(relay, command, "DIR_B", "the other game folder");
+    add_folder(relay, command, "DIR_A", "one game folder");
+    add_folder(relay, command, "DIR_B", "the other game folder");
     relay
         .add_option_function<std::string>(
-            "--hz", [&command](const std::string& value) { command.hz = parse_hz(value); },
-            "rows written per second, 1 to 1000")
+            "--hz",
+            [&command](const std::string& value) {
+                command.hz = parse_whole_number("--hz", value, 1, kMaxHz);
+            },
+            "rows written per second, 1 to 1000 (default 100, with --no-predict 20)")
         ->type_name("N");
     add_duration(relay, command);
     relay.add_flag_callback(
@@ -117,7 +117,16 @@ auto define_commands(CLI::App& app, Command& command) -> void {
 
     auto& watch = add_command(app, command, "watch", CommandKind::Watch,
                               "live view of each client's heartbeat, status and reports");
-    add_folders(watch, command, "DIR", "game folders", true);
+    watch
+        .add_option_function<std::vector<std::string>>(
+            "DIR",
+            [&command](const std::vector<std::string>& dirs) {
+                for (const auto& dir : dirs)
+                    command.gameDirs.push_back(os::utf8_path(dir));
+            },
+            "game folders, one or more")
+        ->required()
+        ->type_name("");
     add_duration(watch, command);
 
     auto& demo = add_command(app, command, "demo", CommandKind::Demo,
@@ -167,7 +176,7 @@ auto define_commands(CLI::App& app, Command& command) -> void {
 
 auto parse_command_line(std::span<const std::string_view> args) -> Command {
     CLI::App app("The outside session process of KorvathOnlineCpp. DIR is a game folder (the folder of the\n"
-                 "game's executable); its exchange files lie in DIR/KorvathOnline, created when missing.\n",
+                 "game's executable); its exchange files lie in DIR/KorvathOnline, created when missing.",
                  "korvath-session");
     cli::configure_app(app, 30);
     app.footer("relay and watch run until SIGINT/SIGTERM, or for S seconds. Each subcommand's arguments:\n"

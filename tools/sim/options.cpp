@@ -195,8 +195,7 @@ auto parse_command_line(std::span<const char* const> args) -> ParsedCommandLine 
 hook and a game thread making ProcessEvent calls, over a world with the player controller and the
 local pawn. The mod's console lines go to standard output, the simulator's own messages to
 standard error. Runs until SIGINT or SIGTERM (on Windows: Ctrl+C, Ctrl+Break or the session tool's
-stop event), or for --duration seconds; then exits 0. Bad arguments exit 2.
-)",
+stop event), or for --duration seconds; then exits 0. Bad arguments exit 2.)",
         "korvath-sim");
     cli::configure_app(app, 26);
     app.add_flag_callback(
