@@ -67,8 +67,8 @@ auto absolute_path(std::optional<std::filesystem::path>& target, std::string_vie
 
 auto define_options(CLI::App& app, SimOptions& o) -> void {
     add_value(app, "--game-dir", "DIR",
-              "folder of the game's executable (required); the simulator runs from a copy\n"
-              "of itself there, so the mod's exchange directory is DIR/KorvathOnline",
+              "folder of the game's executable; the simulator runs from a copy of itself\n"
+              "there, so the mod's exchange directory is DIR/KorvathOnline",
               [&o](std::string_view v) -> std::optional<std::string> {
                   if (v.empty())
                       return "expected a directory";
@@ -197,7 +197,7 @@ local pawn. The mod's console lines go to standard output, the simulator's own m
 standard error. Runs until SIGINT or SIGTERM (on Windows: Ctrl+C, Ctrl+Break or the session tool's
 stop event), or for --duration seconds; then exits 0. Bad arguments exit 2.)",
         "korvath-sim");
-    cli::configure_app(app, 26);
+    cli::configure_app(app, 28);
     app.add_flag_callback(
         "--version", [] { throw CLI::CallForVersion(); }, "print the version and exit");
     ParsedCommandLine result{Action::Run, {}, {}};
