@@ -155,13 +155,11 @@ int main(int argc, char** argv) {
     const ParsedCommandLine parsed = korvath::sim::parse_command_line(argPointers);
     switch (parsed.action) {
     case ParsedCommandLine::Action::Help:
-        std::fputs(korvath::sim::usage_text().c_str(), stdout);
-        return 0;
     case ParsedCommandLine::Action::Version:
-        std::fputs(korvath::sim::version_text().c_str(), stdout);
+        std::fputs(parsed.text.c_str(), stdout);
         return 0;
     case ParsedCommandLine::Action::Error:
-        std::fprintf(stderr, "korvath-sim: %s\nTry 'korvath-sim --help'.\n", parsed.error.c_str());
+        std::fprintf(stderr, "korvath-sim: %s\nTry 'korvath-sim --help'.\n", parsed.text.c_str());
         return 2;
     case ParsedCommandLine::Action::Run:
         break;

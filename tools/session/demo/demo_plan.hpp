@@ -6,7 +6,6 @@
 #include <filesystem>
 #include <optional>
 #include <string>
-#include <string_view>
 
 namespace korvath::session_tool {
 
@@ -50,7 +49,5 @@ auto make_demo_plan(const DemoOptions& options) -> DemoPlan;
 // CLIENT_A's walk, as korvath-sim's --walk takes it and in words.
 auto demo_walk_argument(const DemoOptions& options, const DemoPlan& plan) -> std::string;
 auto demo_walk_text(const DemoOptions& options, const DemoPlan& plan) -> std::string;
-
-auto demo_usage_text() -> std::string_view;
 
 } // namespace korvath::session_tool
