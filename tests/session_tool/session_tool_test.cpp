@@ -5,6 +5,7 @@
 #include "exchange/local_state.hpp"
 #include "exchange/remote_players.hpp"
 #include "support/test_support.hpp"
+#include "tools/platform/os.hpp"
 #include "tools/session/command_line.hpp"
 #include "tools/session/demo/child_process.hpp"
 #include "tools/session/exchange/client_snapshot.hpp"
@@ -81,7 +82,7 @@ TEST(SessionToolCommandLine, ValidLinesParseAndBadOnesNameTheProblem) {
         {{"--help"}, {"role", "enable", "stop", "resume", "relay", "watch", "demo", "Exit codes"}},
         {{"relay", "A", "B", "--hz", "5000", "-h"}, {"DIR_A", "DIR_B", "--hz", "--duration", "--no-predict"}},
         {{"demo", "--dir", "x", "--help"},
-         {"--keep", "--quick", "--straight", "remote-player-stale", "130"}}};
+         {"--keep", "--quick", "--straight", "--compare", "remote-player-stale", "130"}}};
     for (const auto& [args, texts] : helps) {
         const auto help = parse(args);
         ASSERT_EQ(help.kind, tool::CommandKind::Help) << args[0];
@@ -134,7 +135,7 @@ TEST(SessionToolRelayLink, RelaysOnlyAFreshValidLocalStateAndLeavesTheOtherFileA
     EXPECT_FALSE(fs::exists(remote));
 
     write_file(local, "1\t2\t3\t4\tMap_B\n");
-    const auto written = fs::last_write_time(local);
+    const auto written = *os::last_write_time(local);
     EXPECT_EQ(tool::relay_local_state(link, written + 3s), tool::RelayOutcome::Relayed);
     write_file(remote, "earlier row\n");
     EXPECT_EQ(tool::relay_local_state(link, written + 3s + 1ns), tool::RelayOutcome::Stale);

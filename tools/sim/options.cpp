@@ -156,7 +156,7 @@ auto define_options(CLI::App& app, SimOptions& o) -> void {
               });
     app.add_flag_callback(
         "--no-local-state", [&o] { o.writeLocalState = false; },
-        "do not write KorvathOnline/local_state.tsv (written 10 times a second)");
+        "do not write KorvathOnline/local_state.tsv (written 20 times a second)");
     add_value(
         app, "--fail", "OP=MODE[@N]",
         "make an engine operation fail, from its N-th call on (repeatable)\n"
@@ -181,7 +181,7 @@ auto define_options(CLI::App& app, SimOptions& o) -> void {
         "median and 99th percentile of the time from a new pose to the proxy's\n"
         "first move toward it");
     add_value(app, "--world-log", "FILE",
-              "every 100 ms one tab-separated line per actor: seconds, full name, class,\n"
+              "every 50 ms one tab-separated line per actor: seconds, full name, class,\n"
               "x, y, z, yaw, hidden, collision, tick, alive, steady clock seconds",
               [&o](std::string_view v) { return absolute_path(o.worldLog, v, "expected a file path"); });
 }
