@@ -181,7 +181,7 @@ auto define_options(CLI::App& app, SimOptions& o) -> void {
         "median and 99th percentile of the time from a new pose to the proxy's\n"
         "first move toward it");
     add_value(app, "--world-log", "FILE",
-              "every 100 ms one tab-separated line per actor: seconds, full name, class,\n"
+              "every 50 ms one tab-separated line per actor: seconds, full name, class,\n"
               "x, y, z, yaw, hidden, collision, tick, alive, steady clock seconds",
               [&o](std::string_view v) { return absolute_path(o.worldLog, v, "expected a file path"); });
 }
