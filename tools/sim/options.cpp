@@ -188,6 +188,10 @@ auto parse_command_line(std::span<const char* const> args) -> ParsedCommandLine 
             return {ParsedCommandLine::Action::Help, {}, {}};
         if (arg == "--version")
             return {ParsedCommandLine::Action::Version, {}, {}};
+        if (arg == "--tracker") {
+            result.options.tracker = true;
+            continue;
+        }
         if (!arg.starts_with("--"))
             return failure("unexpected argument '" + std::string(arg) + "'");
 
@@ -242,6 +246,10 @@ stop event), or for --duration seconds; then exits 0.
   --walk path:X,Y;X,Y;...[@SPEED]
                           walk to each point in turn once, then stand
   --no-local-state        do not write KorvathOnline/local_state.tsv (written 10 times a second)
+  --tracker               the pose tracker script writes local_state.tsv instead: installed as
+                          DIR/Mods/KorvathTracker/Scripts/main.lua and run in a stand-in of the
+                          host's Lua side (not in the Windows build); while DIR/KorvathTracker.stop
+                          exists the host runs none of its loops, so the local state goes stale
   --fail OP=MODE[@N]      make an engine operation fail, from its N-th call on (repeatable)
                           OP: controller class world spawn move destroy pawn relocate
                               hidden collision tick fullname

@@ -46,6 +46,7 @@ auto demo_walk_text(const DemoOptions& options, const DemoPlan& plan) -> std::st
 
 auto demo_usage_text() -> std::string_view {
     return "usage: korvath-session demo [--dir DIR] [--keep] [--quick] [--no-predict] [--straight]\n"
+           "                            [--tracker]\n"
            "\n"
            "Runs two simulated games side by side with the mod, CLIENT_A walking a circle and CLIENT_B\n"
            "standing, relays each one's pose to the other, and shows the session live:\n"
@@ -70,6 +71,11 @@ auto demo_usage_text() -> std::string_view {
            "  --straight  CLIENT_A walks along x and stops dead 12 s after its start, in the following\n"
            "              phase; the summary tells how far B's proxy of A overshoots and how soon it\n"
            "              settles within 1 unit\n"
+           "  --tracker   each game's local state comes from the pose tracker script run in the\n"
+           "              simulator's stand-in of the host's Lua side (korvath-sim --tracker), not from\n"
+           "              the simulator; in step 5 A's tracker stops instead of the relay to B, so B's\n"
+           "              proxy of A goes about 8 s later (A's local state stale after 3 s, then the\n"
+           "              relay stops writing to B)\n"
            "  --help      this text\n"
            "\n"
            "Exit codes: 0 the session went as expected, 1 it did not (the reason is printed),\n"

@@ -16,6 +16,7 @@ struct DemoOptions {
     bool quick = false;                       // a shorter following phase
     bool predict = true;                      // the relay predicts the pose it writes
     bool straight = false;                    // CLIENT_A walks a straight line and stops dead
+    bool tracker = false; // the pose tracker script writes each game's local state; A's stops at the end
 };
 
 struct DemoPlan {

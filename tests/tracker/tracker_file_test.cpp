@@ -1,0 +1,195 @@
+// What the mod and the relay read from the file that the pose tracker script writes, with the script
+// running in the stand-in of the host's Lua side: the pawn's exact pose, a file that never goes missing
+// over thousands of writes, and what a reader sees while a row is being written.
+
+#include "exchange/exchange_directory.hpp"
+#include "exchange/local_state.hpp"
+#include "support/test_support.hpp"
+#include "tools/session/exchange/file_io.hpp"
+#include "tools/session/exchange/local_state_sample.hpp"
+#include "tools/tracker/tracker_host.hpp"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cstdio>
+#include <memory>
+#include <thread>
+
+namespace korvath::test {
+namespace {
+
+using tracker::TrackedPose;
+using tracker::TrackerHost;
+
+constexpr int64_t kPeriodMs = 50;
+
+// Pose number i, exact in three decimals and in 32-bit floats, so every read can be matched to it.
+auto pose_number(int i) -> TrackedPose {
+    return {i * 0.5, i * -0.25, 100 + i * 0.125, (i % 720) * 0.5 - 180};
+}
+
+// The number of the pose a reader got, or -1 when it is none of them.
+auto number_of(const LocalPlayerState& state) -> int {
+    const int i = static_cast<int>(state.x * 2);
+    const TrackedPose expected = pose_number(i);
+    const bool same = state.x == static_cast<float>(expected.x) &&
+                      state.y == static_cast<float>(expected.y) &&
+                      state.z == static_cast<float>(expected.z) &&
+                      state.yaw == static_cast<float>(expected.yaw) && state.mapName == "Map_A";
+    return same ? i : -1;
+}
+
+class TrackerFile : public ::testing::Test {
+protected:
+    TrackerFile() {
+        reset_session_state();
+        exchangeDirectory = exchange_dir();
+        fs::create_directories(exchange_dir());
+        // The script writes relative to the working directory, which the host sets to the game's folder.
+        fs::current_path(binaries_dir());
+    }
+    auto start(const std::string& mapName) -> void {
+        m_host = std::make_unique<TrackerHost>(tracker::tracker_script(), mapName, [this] { return m_pose; });
+    }
+    static auto path() -> fs::path { return exchange_dir() / "local_state.tsv"; }
+
+    std::optional<TrackedPose> m_pose;
+    std::unique_ptr<TrackerHost> m_host;
+};
+
+TEST_F(TrackerFile, TheModAndTheRelayReadThePawnsExactPoseMapAndStamp) {
+    struct Case {
+        TrackedPose pose;
+        std::string map;
+    };
+    const Case cases[] = {{{100.5, -20.25, 35.125, 90}, "Map_A"},
+                          {{-1048576.25, 0.125, -0.0, -179.5}, "Map_A"},
+                          {{4096.875, -8191.5, 1e-4, 359.75}, "Level 2 (night)"},
+                          {{0, 0, 0, 0}, "Map_B"}};
+    start("Map_A");
+    int64_t now = 0;
+    uint64_t sequence = 0;
+    for (const auto& [pose, map] : cases) {
+        if (map != "Map_A")
+            m_host->load_map(map);
+        m_pose = pose;
+        m_host->advance_to(now += kPeriodMs);
+        ++sequence;
+
+        LocalPlayerState state;
+        ASSERT_TRUE(read_local_state(state)) << read_file(path());
+        EXPECT_EQ(state.x, static_cast<float>(pose.x));
+        EXPECT_EQ(state.y, static_cast<float>(pose.y));
+        EXPECT_EQ(state.z, static_cast<float>(std::round(pose.z * 1000) / 1000));
+        EXPECT_EQ(state.yaw, static_cast<float>(pose.yaw));
+        EXPECT_EQ(state.mapName, map);
+        const auto sample = session_tool::parse_local_state_sample(read_file(path()));
+        ASSERT_TRUE(sample && sample->stamp) << read_file(path());
+        EXPECT_EQ(sample->stamp->sampleMs, now);
+        EXPECT_EQ(sample->stamp->sequence, sequence);
+        EXPECT_EQ(sample->pose.x, state.x);
+        EXPECT_EQ(sample->pose.mapName, map);
+    }
+    EXPECT_TRUE(m_host->errors().empty());
+}
+
+// One write per period, and between any two the mod's freshness test and its reader.
+TEST_F(TrackerFile, TenThousandWritesNeverLeaveTheFileMissingAndEachRowIsThePawnsPose) {
+    constexpr int kWrites = 10'000;
+    start("Map_A");
+    int reads = 0, misses = 0, parsed = 0, wrong = 0;
+    for (int i = 1; i <= kWrites; ++i) {
+        m_pose = pose_number(i);
+        m_host->advance_to(i * kPeriodMs);
+        ++reads;
+        if (!is_local_state_fresh())
+            ++misses;
+        LocalPlayerState state;
+        if (read_local_state(state) && number_of(state) == i)
+            ++parsed;
+        const auto sample = session_tool::parse_local_state_sample(read_file(path()));
+        if (!sample || !sample->stamp || sample->stamp->sequence != static_cast<uint64_t>(i))
+            ++wrong;
+    }
+    std::printf("%d writes: %d reads, %d misses, %d rows parsed to the pawn's pose, %d wrong stamps\n",
+                kWrites, reads, misses, parsed, wrong);
+    EXPECT_EQ(misses, 0);
+    EXPECT_EQ(parsed, kWrites);
+    EXPECT_EQ(wrong, 0);
+}
+
+// The script empties the file in place and writes the new row in one write. A reader caught in
+// between sees the old row, an empty file, or (where the file system shows a write part-way) a first
+// part of the new row. The file exists and is fresh in each; the mod's reader takes a row only once
+// the tab after the yaw is there, so it gets exact numbers or nothing, never a mix of two rows.
+TEST_F(TrackerFile, EveryStateOfTheFileDuringAWriteIsFreshAndReadsAsARowOrNothing) {
+    start("Map_A");
+    m_pose = pose_number(7);
+    m_host->advance_to(kPeriodMs);
+    const std::string oldRow = read_file(path());
+    m_pose = pose_number(8);
+    m_host->advance_to(2 * kPeriodMs);
+    const std::string newRow = read_file(path());
+
+    std::vector<std::pair<std::string, int>> states{{oldRow, 7}}; // content, pose number or -1 for none
+    const std::size_t yawTab = newRow.find("\tMap_A");
+    for (std::size_t length = 0; length <= newRow.size(); ++length)
+        states.emplace_back(newRow.substr(0, length), length > yawTab ? 8 : -1);
+    for (const auto& [content, number] : states) {
+        write_file(path(), content);
+        EXPECT_TRUE(is_local_state_fresh());
+        LocalPlayerState state;
+        const bool read = read_local_state(state);
+        EXPECT_EQ(read ? number_of(state) : -1, number) << testing::PrintToString(content);
+        // The relay takes the stamp only from a whole row.
+        const auto sample = session_tool::parse_local_state_sample(content);
+        EXPECT_EQ(sample && sample->stamp, content == oldRow || content == newRow)
+            << testing::PrintToString(content);
+    }
+}
+
+// A reader thread polls the file as the mod and the relay do while the script writes as fast as it can.
+TEST_F(TrackerFile, ReadersRacingTheWritesNeverFindTheFileMissingOrAMixedRow) {
+    constexpr int kWrites = 10'000;
+    start("Map_A");
+    m_pose = pose_number(1);
+    m_host->advance_to(kPeriodMs);
+    std::atomic<bool> done{false};
+    int reads = 0, misses = 0, rows = 0, empty = 0, foreign = 0;
+    std::thread reader([&] {
+        while (!done.load()) {
+            ++reads;
+            if (!is_local_state_fresh())
+                ++misses;
+            LocalPlayerState state;
+            if (!read_local_state(state))
+                ++empty;
+            else if (number_of(state) < 1)
+                ++foreign;
+            else
+                ++rows;
+            const auto content = session_tool::read_whole_file(path());
+            if (!content)
+                ++misses;
+            else if (const auto sample = session_tool::parse_local_state_sample(*content);
+                     sample && sample->stamp &&
+                     sample->stamp->sequence != static_cast<uint64_t>(sample->pose.x * 2))
+                ++foreign;
+        }
+    });
+    for (int i = 2; i <= kWrites; ++i) {
+        m_pose = pose_number(i);
+        m_host->advance_to(i * kPeriodMs);
+    }
+    done.store(true);
+    reader.join();
+    std::printf("%d writes racing %d reads: %d misses, %d rows parsed, %d empty or partial, %d mixed\n",
+                kWrites, reads, misses, rows, empty, foreign);
+    EXPECT_EQ(misses, 0);
+    EXPECT_EQ(foreign, 0);
+    EXPECT_GT(rows, 0);
+}
+
+} // namespace
+} // namespace korvath::test

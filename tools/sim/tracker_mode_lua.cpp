@@ -1,0 +1,79 @@
+#include "tools/sim/tracker_mode.hpp"
+
+#include "tools/sim/game_folder.hpp"
+#include "tools/sim/periodic.hpp"
+#include "tools/tracker/tracker_host.hpp"
+
+#include <chrono>
+#include <cstdio>
+
+namespace korvath::sim {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr auto kHostStep = std::chrono::milliseconds(5);
+
+class LuaTrackerMode final : public TrackerMode {
+public:
+    LuaTrackerMode(fs::path stopFile, const fs::path& script, const std::string& mapName,
+                   const standin::AActor* pawn)
+        : m_stopFile(std::move(stopFile))
+        , m_host(
+              script, mapName,
+              [pawn] {
+                  const standin::Pose pose = standin::engine().inspect(pawn).pose;
+                  return std::optional<tracker::TrackedPose>({pose.x, pose.y, pose.z, pose.yaw});
+              },
+              true) {}
+
+    auto run(StopFlag& stop, SteadyClock::time_point start) -> void override {
+        bool stopped = false;
+        run_every(kHostStep, stop, [&] {
+            std::error_code error;
+            const bool stopNow = fs::exists(m_stopFile, error);
+            if (stopNow != stopped) {
+                stopped = stopNow;
+                std::fprintf(stderr, "korvath-sim: the tracker %s\n",
+                             stopped ? "stops (KorvathTracker.stop)" : "runs again");
+            }
+            if (stopped)
+                return;
+            const auto elapsed =
+                std::chrono::duration_cast<std::chrono::milliseconds>(SteadyClock::now() - start);
+            try {
+                m_host.advance_to(elapsed.count());
+            } catch (const std::exception& problem) {
+                std::fprintf(stderr, "korvath-sim: tracker: %s\n", problem.what());
+            }
+            const auto errors = m_host.errors();
+            for (std::size_t i = m_reportedErrors; i < errors.size() && i < kMaxReportedErrors; ++i)
+                std::fprintf(stderr, "korvath-sim: tracker callback failed: %s\n", errors[i].c_str());
+            m_reportedErrors = errors.size();
+        });
+    }
+
+private:
+    static constexpr std::size_t kMaxReportedErrors = 10;
+    fs::path m_stopFile;
+    tracker::TrackerHost m_host;
+    std::size_t m_reportedErrors = 0;
+};
+
+} // namespace
+
+auto tracker_mode_available() -> bool {
+    return true;
+}
+
+auto start_tracker_mode(const fs::path& gameDir, const std::string& mapName, const standin::AActor* pawn)
+    -> std::unique_ptr<TrackerMode> {
+    const fs::path script = gameDir / "Mods" / "KorvathTracker" / "Scripts" / "main.lua";
+    fs::create_directories(script.parent_path());
+    install_file(tracker::tracker_script(), script);
+    fs::current_path(gameDir);
+    return std::make_unique<LuaTrackerMode>(gameDir / "KorvathTracker.stop", script, mapName, pawn);
+}
+
+} // namespace korvath::sim
