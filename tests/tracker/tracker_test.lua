@@ -15,6 +15,7 @@ local function fresh_exchange_dir(present)
     end
 end
 
+-- The row the file holds, checking that it is one record of 512 bytes: the row, then blanks.
 local function read_file()
     local file = io.open(kFile, "rb")
     if file == nil then
@@ -22,7 +23,9 @@ local function read_file()
     end
     local content = file:read("a")
     file:close()
-    return content
+    local row, padding = content:match("^([^\n]*\n)( *)$")
+    assert(row and #content == 512, "not one record: " .. string.format("%q", content))
+    return row
 end
 
 local function fields(row)
@@ -139,6 +142,22 @@ tests.values_that_would_break_the_row_are_not_written_as_they_are = function()
         host:advance_to(50)
         expect_eq(read_file(), case[3], "case " .. index)
         assert(#host.errors == 0, "case " .. index .. ": " .. tostring(host.errors[1]))
+    end
+end
+
+tests.an_existing_file_is_overwritten_in_place_whatever_it_held = function()
+    for _, before in ipairs({ "", "9\t9\t9\t9\tOld\n", string.rep("x", 700) }) do
+        fresh_exchange_dir()
+        local file = assert(io.open(kFile, "wb"))
+        file:write(before)
+        file:close()
+        local host = start_tracker({ 1, 2, 3, 4 }, "Map_A")
+        host:advance_to(50)
+        local content = assert(io.open(kFile, "rb")):read("a")
+        local row = "1.000\t2.000\t3.000\t4.000\tMap_A\t50\t1\n"
+        expect_eq(content:sub(1, 512), row .. string.rep(" ", 512 - #row), "the record")
+        expect_eq(#content, math.max(512, #before), "size")
+        expect_quiet(host)
     end
 end
 

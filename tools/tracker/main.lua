@@ -72,17 +72,30 @@ local function now_ms()
     return math.floor(os.clock() * 1000)
 end
 
--- Empties the file in place and writes the row with one write when it is closed. The file is never
--- removed (a missing file restarts the mod's wait for a loaded player; the host's os.rename cannot
--- replace an existing file), and the old row is gone before the new one arrives, so a reader sees the
--- old row, an empty file or the new row, never two rows mixed.
+-- Every write puts one record of this size at the start of the file: the row, then blanks up to the
+-- size. The mod and the relay read only the first line, so the blanks after its line feed are ignored.
+local kRecordBytes = 512
+assert(kRecordBytes > 4 * 45 + kMaxMapBytes + 2 * 21 + 7, "a row of the largest values must fit")
+
+-- Overwrites the record in place with one write when the file is closed. The file is never removed
+-- (a missing file restarts the mod's wait for a loaded player, and the host's os.rename cannot
+-- replace an existing file) nor emptied (emptying it first leaves an empty file for milliseconds on
+-- some file systems): it always holds a whole row, and its size never changes once created.
 local function write_row(row)
-    local file = io.open(kPath, "wb")
+    local file = io.open(kPath, "r+b")
     if file == nil then
-        return false -- no exchange directory yet (the mod creates it), or the file is locked
+        local existing = io.open(kPath, "rb")
+        if existing ~= nil then
+            existing:close()
+            return false -- there but not writable now (held by another program); the next period retries
+        end
+        file = io.open(kPath, "wb")
+        if file == nil then
+            return false -- no exchange directory yet: the mod creates it when it loads
+        end
     end
-    file:setvbuf("full", 1024)
-    local written = file:write(row)
+    file:setvbuf("full", 2 * kRecordBytes)
+    local written = file:write(row, string.rep(" ", kRecordBytes - #row))
     local closed = file:close()
     return written ~= nil and closed == true
 end

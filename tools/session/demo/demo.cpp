@@ -274,8 +274,10 @@ auto DemoRun::advance() -> bool {
         if (!m_b.reports().destroy)
             return false;
         m_timeline.bDestroyed = now_seconds();
-        enter(Phase::Done, "B destroyed its proxy of A as \"" + m_b.summary().destroyReason + "\", " +
-                               seconds_text(in_phase()) + " after the relay stopped");
+        enter(Phase::Done,
+              "B destroyed its proxy of A as \"" + m_b.summary().destroyReason + "\", " +
+                  seconds_text(in_phase()) +
+                  (m_options.tracker ? " after A's tracker stopped" : " after the relay stopped"));
         return true;
     case Phase::Done:
         break;

@@ -22,12 +22,7 @@ auto parse_local_state_sample(std::string_view content) -> std::optional<LocalSt
     if (!pose)
         return std::nullopt;
     LocalStateSample sample{std::move(*pose), std::nullopt};
-    // The stamp only from a whole row, ended by its line feed: a row caught while it is being written
-    // may end in a cut number.
-    const std::size_t lineEnd = content.find('\n');
-    if (lineEnd == std::string_view::npos)
-        return sample;
-    std::string_view line = content.substr(0, lineEnd);
+    std::string_view line = content.substr(0, content.find('\n'));
     if (!line.empty() && line.back() == '\r')
         line.remove_suffix(1);
     const auto fields = split_tab_fields(line);

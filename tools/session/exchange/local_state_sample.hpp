@@ -19,8 +19,7 @@ struct SampleStamp {
 
 struct LocalStateSample {
     PlayerPose pose;
-    std::optional<SampleStamp> stamp; // nothing when fields 6 and 7 are missing or not whole numbers, or
-                                      // the row has no line feed
+    std::optional<SampleStamp> stamp; // nothing when fields 6 and 7 are missing or not whole numbers
 };
 
 // The pose by the rules of parse_local_state; nothing when the first line is no valid row.
