@@ -68,59 +68,35 @@ end
 
 local tests = {}
 
-tests.rows_carry_the_pose_map_sample_time_and_sequence_twenty_times_a_second = function()
-    fresh_exchange_dir()
-    local host, world = start_tracker({ 100.5, -20.25, 35.125, 90 }, "Map_A")
-    host:advance_to(49)
-    expect_eq(read_file(), nil, "before the first period")
-    host:advance_to(50)
-    expect_eq(read_file(), "100.500\t-20.250\t35.125\t90.000\tMap_A\t50\t1\n", "first row")
-    -- The pose at the moment of each sample, rounded to three decimals.
-    world.pose = { -0.0004, 123456.789, -1e6, -179.9996 }
-    host:advance_to(1000)
-    expect_eq(read_file(), "-0.000\t123456.789\t-1000000.000\t-180.000\tMap_A\t1000\t20\n", "row at 1 s")
-    expect_quiet(host)
-end
-
-tests.nothing_is_written_while_there_is_no_pawn = function()
-    fresh_exchange_dir()
+-- One tracker through a game's life, step by step: at each time, what changes, then the row the file
+-- holds (nil: no file). Rows come every 50 ms with the pose of that moment, the map, the host's clock
+-- and one number up per row written.
+tests.a_game_session_from_no_pawn_to_a_map_change = function()
+    fresh_exchange_dir(false)
     local host, world = start_tracker(nil, "Map_A")
-    host:advance_to(1000)
-    expect_eq(read_file(), nil, "no pawn yet")
-    world.pose = { 1, 2, 3, 4 }
-    host:advance_to(1050)
-    expect_eq(read_file(), "1.000\t2.000\t3.000\t4.000\tMap_A\t1050\t1\n", "the pawn appeared")
-    world.pose = nil
-    host:advance_to(5000)
-    expect_eq(read_file(), "1.000\t2.000\t3.000\t4.000\tMap_A\t1050\t1\n", "the pawn left")
-    world.pose = { 5, 6, 7, 8 }
-    host:advance_to(5050)
-    expect_eq(read_file(), "5.000\t6.000\t7.000\t8.000\tMap_A\t5050\t2\n", "a new pawn")
-    expect_quiet(host)
-end
-
-tests.a_map_change_is_followed_with_the_new_objects = function()
-    fresh_exchange_dir()
-    local host = start_tracker({ 1, 2, 3, 4 }, "Map_A")
-    host:advance_to(100)
-    expect_eq(fields(read_file())[5], "Map_A", "first map")
-    host:load_map("Map_B")
-    host:advance_to(150)
-    expect_eq(read_file(), "1.000\t2.000\t3.000\t4.000\tMap_B\t150\t3\n", "after the map change")
-    expect_quiet(host)
-end
-
-tests.a_busy_game_thread_holds_at_most_one_sample = function()
-    fresh_exchange_dir()
-    local host = start_tracker({ 1, 2, 3, 4 }, "Map_A")
-    host:advance_to(50)
-    host:stall_game_thread(true)
-    host:advance_to(2000)
-    expect_eq(#host.gameThreadQueue, 1, "samples waiting")
-    expect_eq(fields(read_file())[7], "1", "sequence while stalled")
-    host:stall_game_thread(false)
-    host:advance_to(2001)
-    expect_eq(read_file(), "1.000\t2.000\t3.000\t4.000\tMap_A\t2001\t2\n", "the one sample that waited")
+    local function row(x, map, ms, sequence)
+        return string.format("%s\t2.000\t3.000\t4.000\t%s\t%d\t%d\n", x, map, ms, sequence)
+    end
+    local steps = {
+        { 1000, function() end, nil }, -- no pawn, no exchange directory
+        { 1050, function() world.pose = { 1, 2, 3, 4 } end, nil }, -- the mod has not created the directory
+        { 1100, function() assert(os.execute("mkdir KorvathOnline")) end, row("1.000", "Map_A", 1100, 1) },
+        { 1149, function() world.pose = { 1.0004, 2, 3, 4 } end, row("1.000", "Map_A", 1100, 1) },
+        { 1150, function() end, row("1.000", "Map_A", 1150, 2) },
+        { 3000, function() world.pose = nil end, row("1.000", "Map_A", 1150, 2) }, -- the pawn left
+        { 3050, function() world.pose = { -0.0004, 2, 3, 4 } end, row("-0.000", "Map_A", 3050, 3) },
+        { 3100, function() host:load_map("Map_B") end, row("-0.000", "Map_B", 3100, 4) },
+        -- A busy game thread (a map loading) holds one sample, run when it is free again.
+        { 5000, function() host:stall_game_thread(true) end, row("-0.000", "Map_B", 3100, 4) },
+        { 5001, function() host:stall_game_thread(false) end, row("-0.000", "Map_B", 5001, 5) },
+        { 5050, function() world.pose = { 123456.789, 2, 3, 4 } end, row("123456.789", "Map_B", 5050, 6) },
+    }
+    for index, step in ipairs(steps) do
+        step[2]()
+        host:advance_to(step[1])
+        expect_eq(read_file(), step[3], "step " .. index .. " at " .. step[1] .. " ms")
+        assert(#host.gameThreadQueue <= 1, "samples pile up on the game thread")
+    end
     expect_quiet(host)
 end
 
@@ -159,17 +135,6 @@ tests.an_existing_file_is_overwritten_in_place_whatever_it_held = function()
         expect_eq(#content, math.max(512, #before), "size")
         expect_quiet(host)
     end
-end
-
-tests.without_the_exchange_directory_it_waits_for_the_mod_to_create_it = function()
-    fresh_exchange_dir(false)
-    local host = start_tracker({ 1, 2, 3, 4 }, "Map_A")
-    host:advance_to(1000)
-    expect_eq(read_file(), nil, "no directory")
-    assert(os.execute("mkdir KorvathOnline"))
-    host:advance_to(1050)
-    expect_eq(read_file(), "1.000\t2.000\t3.000\t4.000\tMap_A\t1050\t1\n", "first row")
-    expect_quiet(host)
 end
 
 tests.an_engine_failure_is_reported_once_and_the_tracker_recovers = function()
