@@ -57,8 +57,8 @@ local function read_pose()
     local location = pawn:K2_GetActorLocation()
     local rotation = pawn:K2_GetActorRotation()
     local pose = { location.X, location.Y, location.Z, rotation.Yaw }
-    for _, value in ipairs(pose) do
-        if not is_number(value) then
+    for i = 1, 4 do
+        if not is_number(pose[i]) then
             return nil
         end
     end
@@ -66,10 +66,11 @@ local function read_pose()
     return pose
 end
 
--- The host's os.clock is its C runtime's clock(), which on Windows counts wall-clock time since the
--- process started; the relay needs only a steady clock, not a shared zero.
+-- The host's os.clock is its C runtime's clock(), which on Windows counts wall-clock milliseconds
+-- since the process started; the relay needs only a steady clock, not a shared zero. Rounded, since
+-- the seconds it returns need not multiply back to whole milliseconds.
 local function now_ms()
-    return math.floor(os.clock() * 1000)
+    return math.floor(os.clock() * 1000 + 0.5)
 end
 
 -- Every write puts one record of this size at the start of the file: the row, then blanks up to the
