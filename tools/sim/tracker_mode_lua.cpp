@@ -28,20 +28,28 @@ public:
               },
               true) {}
 
+    // The host's clock stands still while the tracker is stopped, so that its loops resume where they
+    // were instead of catching up on every period they missed.
     auto run(StopFlag& stop, SteadyClock::time_point start) -> void override {
         bool stopped = false;
+        SteadyClock::duration pausedFor{};
+        SteadyClock::time_point pausedAt;
         run_every(kHostStep, stop, [&] {
             std::error_code error;
             const bool stopNow = fs::exists(m_stopFile, error);
             if (stopNow != stopped) {
                 stopped = stopNow;
+                if (stopped)
+                    pausedAt = SteadyClock::now();
+                else
+                    pausedFor += SteadyClock::now() - pausedAt;
                 std::fprintf(stderr, "korvath-sim: the tracker %s\n",
                              stopped ? "stops (KorvathTracker.stop)" : "runs again");
             }
             if (stopped)
                 return;
             const auto elapsed =
-                std::chrono::duration_cast<std::chrono::milliseconds>(SteadyClock::now() - start);
+                std::chrono::duration_cast<std::chrono::milliseconds>(SteadyClock::now() - start - pausedFor);
             try {
                 m_host.advance_to(elapsed.count());
             } catch (const std::exception& problem) {
