@@ -126,7 +126,7 @@ auto run(const SimOptions& options, const std::vector<std::string>& args) -> int
     });
 
     if (tracker)
-        threads.emplace_back([&] { tracker->run(stop, start); });
+        threads.emplace_back([&] { tracker->run(stop, start, frames); });
 
     std::vector<double> latencies;
     if (options.latencyProbe)

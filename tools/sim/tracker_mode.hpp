@@ -7,6 +7,7 @@
 // loops, as if its Lua side had stopped: the local state goes stale.
 
 #include "standin/Engine.hpp"
+#include "tools/sim/frame_clock.hpp"
 #include "tools/sim/stop_flag.hpp"
 
 #include <filesystem>
@@ -18,8 +19,9 @@ namespace korvath::sim {
 class TrackerMode {
 public:
     virtual ~TrackerMode() = default;
-    // Drives the host's clock from `start` until `stop` is requested.
-    virtual auto run(StopFlag& stop, SteadyClock::time_point start) -> void = 0;
+    // Drives the host's clock from `start` until `stop` is requested. Each turn of the host's game
+    // thread happens at the time of the last game frame, with that frame's pose, as in the game.
+    virtual auto run(StopFlag& stop, SteadyClock::time_point start, const FrameClock& frames) -> void = 0;
 };
 
 // False in a build without Lua (the Windows build).

@@ -21,16 +21,12 @@ public:
                    const standin::AActor* pawn)
         : m_stopFile(std::move(stopFile))
         , m_host(
-              script, mapName,
-              [pawn] {
-                  const standin::Pose pose = standin::engine().inspect(pawn).pose;
-                  return std::optional<tracker::TrackedPose>({pose.x, pose.y, pose.z, pose.yaw});
-              },
-              true) {}
+              script, mapName, [this] { return m_framePose; }, true)
+        , m_pawn(pawn) {}
 
     // The host's clock stands still while the tracker is stopped, so that its loops resume where they
     // were instead of catching up on every period they missed.
-    auto run(StopFlag& stop, SteadyClock::time_point start) -> void override {
+    auto run(StopFlag& stop, SteadyClock::time_point start, const FrameClock& frames) -> void override {
         bool stopped = false;
         SteadyClock::duration pausedFor{};
         SteadyClock::time_point pausedAt;
@@ -48,8 +44,11 @@ public:
             }
             if (stopped)
                 return;
-            const auto elapsed =
-                std::chrono::duration_cast<std::chrono::milliseconds>(SteadyClock::now() - start - pausedFor);
+            standin::Pose pose;
+            const auto frame = frames.stamped([&] { pose = standin::engine().inspect(m_pawn).pose; });
+            m_framePose = tracker::TrackedPose{pose.x, pose.y, pose.z, pose.yaw};
+            const auto elapsed = std::chrono::duration_cast<std::chrono::milliseconds>(
+                frame.value_or(SteadyClock::now()) - start - pausedFor);
             try {
                 m_host.advance_to(elapsed.count());
             } catch (const std::exception& problem) {
@@ -65,7 +64,9 @@ public:
 private:
     static constexpr std::size_t kMaxReportedErrors = 10;
     fs::path m_stopFile;
+    std::optional<tracker::TrackedPose> m_framePose; // the pawn in the last frame
     tracker::TrackerHost m_host;
+    const standin::AActor* m_pawn;
     std::size_t m_reportedErrors = 0;
 };
 

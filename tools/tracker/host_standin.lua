@@ -172,16 +172,24 @@ function Standin:run_game_thread()
     self.onGameThread = false
 end
 
+-- The loop that falls due first, at `ms` at the latest.
+function Standin:next_due(ms)
+    local nextLoop = nil
+    for _, loop in ipairs(self.loops) do
+        if loop.due <= ms and (nextLoop == nil or loop.due < nextLoop.due) then
+            nextLoop = loop
+        end
+    end
+    return nextLoop
+end
+
 -- Moves the clock to `ms`, running every loop that falls due on the way (off the game thread), each
--- followed by the game thread's turn. A loop ends when its callback returns true or raises.
+-- followed by the game thread's turn: at once when another loop is due before `ms`, else at `ms`, so a
+-- caller that advances to the present runs game-thread work at the present. A loop ends when its
+-- callback returns true or raises.
 function Standin:advance_to(ms)
     while true do
-        local nextLoop = nil
-        for _, loop in ipairs(self.loops) do
-            if loop.due <= ms and (nextLoop == nil or loop.due < nextLoop.due) then
-                nextLoop = loop
-            end
-        end
+        local nextLoop = self:next_due(ms)
         if nextLoop == nil then
             break
         end
@@ -196,6 +204,9 @@ function Standin:advance_to(ms)
                     break
                 end
             end
+        end
+        if self:next_due(ms) == nil then
+            self.now = math.max(self.now, ms)
         end
         self:run_game_thread()
     end
