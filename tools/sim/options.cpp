@@ -157,6 +157,11 @@ auto define_options(CLI::App& app, SimOptions& o) -> void {
     app.add_flag_callback(
         "--no-local-state", [&o] { o.writeLocalState = false; },
         "do not write KorvathOnline/local_state.tsv (written 20 times a second)");
+    app.add_flag("--tracker", o.tracker,
+                 "the pose tracker script writes local_state.tsv instead: installed as\n"
+                 "DIR/Mods/KorvathTracker/Scripts/main.lua and run in a stand-in of the\n"
+                 "host's Lua side (not in the Windows build); while DIR/KorvathTracker.stop\n"
+                 "exists the host runs none of its loops, so the local state goes stale");
     add_value(
         app, "--fail", "OP=MODE[@N]",
         "make an engine operation fail, from its N-th call on (repeatable)\n"
