@@ -15,6 +15,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <bit>
 #include <cstdlib>
 
 namespace korvath::test {
@@ -57,6 +58,34 @@ TEST(SessionToolAgainstMod, TheModReadsLocalStatesAndRelayedRowsAsTheToolDoes) {
                   std::tie(local.x, local.y, local.z, local.yaw, local.mapName))
             << row;
     }
+}
+
+// A local state line ending in two CRs keeps one in its map name; the relayed row ended in that CR, and
+// the mod's reader took it for the CR of a CR LF line end.
+TEST(SessionToolAgainstMod, MapNameEndingInCarriageReturnSurvivesTheRelay) {
+    exchangeDirectory = exchange_dir();
+    const auto pose = tool::parse_local_state("1\t2\t3\t4\tMap_A\r\r\n");
+    ASSERT_TRUE(pose.has_value());
+    ASSERT_EQ(pose->mapName, "Map_A\r");
+    write_file(exchange_dir() / "remote_players.tsv",
+               tool::format_remote_player_row("player-b", "KESTREN CLIENT B", *pose));
+    RemotePlayerState remote;
+    ASSERT_TRUE(read_remote_players(remote));
+    EXPECT_EQ(remote.mapName, "Map_A\r");
+}
+
+// An exact subnormal number (here 2^-149, in hexadecimal) is a valid coordinate to both readers, but its
+// shortest decimal text "1e-45" is inexact, and strtof's range error for it made the mod drop the row.
+TEST(SessionToolAgainstMod, SubnormalCoordinateSurvivesTheRelay) {
+    exchangeDirectory = exchange_dir();
+    const auto pose = tool::parse_local_state("0x1p-149\t-0x1.8p-140\t3\t4\tMap_A\n");
+    ASSERT_TRUE(pose.has_value());
+    write_file(exchange_dir() / "remote_players.tsv",
+               tool::format_remote_player_row("player-b", "KESTREN CLIENT B", *pose));
+    RemotePlayerState remote;
+    ASSERT_TRUE(read_remote_players(remote)) << read_file(exchange_dir() / "remote_players.tsv");
+    EXPECT_EQ(std::bit_cast<uint32_t>(remote.x), 1u);
+    EXPECT_EQ(remote.y, pose->y);
 }
 
 // What the process tests do not reach: both option spellings, options among the folders, the mistakes.
