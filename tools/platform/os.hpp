@@ -2,6 +2,8 @@
 // The operating-system calls the simulator, the session tool and the test programs share. Paths and
 // arguments are UTF-8 on every platform; the Windows side converts to wide strings at each call.
 
+#include <chrono>
+#include <cstdint>
 #include <cstdio>
 #include <ctime>
 #include <filesystem>
@@ -45,6 +47,12 @@ auto open_file(const std::filesystem::path& path, const char* mode) -> std::FILE
 // writes, renames and deletions meanwhile (on Windows every share flag), so a reader never makes the
 // mod's replacement of a report fail.
 auto read_shared(const std::filesystem::path& path) -> std::optional<std::string>;
+
+// The most memory this process has held resident so far, in bytes; nothing when the system cannot say.
+auto peak_resident_bytes() -> std::optional<uint64_t>;
+
+// The processor time the calling thread has used so far (coarse on Windows: the scheduler's ticks).
+auto thread_cpu_time() -> std::chrono::nanoseconds;
 
 // The local calendar time of `time`.
 auto local_time(std::time_t time) -> std::tm;

@@ -7,6 +7,7 @@
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -67,6 +68,19 @@ auto read_shared(const std::filesystem::path& path) -> std::optional<std::string
     if (in.bad())
         return std::nullopt;
     return content;
+}
+
+auto peak_resident_bytes() -> std::optional<uint64_t> {
+    rusage usage{};
+    if (getrusage(RUSAGE_SELF, &usage) != 0)
+        return std::nullopt;
+    return static_cast<uint64_t>(usage.ru_maxrss) * 1024; // kilobytes on Linux
+}
+
+auto thread_cpu_time() -> std::chrono::nanoseconds {
+    timespec now{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+    return std::chrono::seconds(now.tv_sec) + std::chrono::nanoseconds(now.tv_nsec);
 }
 
 auto local_time(std::time_t time) -> std::tm {

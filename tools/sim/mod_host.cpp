@@ -1,5 +1,11 @@
 #include "tools/sim/mod_host.hpp"
 
+#include "tools/platform/os.hpp"
+
+#include <algorithm>
+#include <cinttypes>
+#include <cstdio>
+
 namespace korvath::sim {
 
 ModHost::ModHost(const std::filesystem::path& library)
@@ -11,8 +17,15 @@ auto ModHost::start() -> bool {
 }
 
 auto ModHost::tick() -> void {
-    if (m_mod)
-        m_tickGuard.run([this] { m_mod->on_host_tick(); });
+    if (!m_mod)
+        return;
+    const auto start = std::chrono::steady_clock::now();
+    const auto startCpu = os::thread_cpu_time();
+    m_tickGuard.run([this] { m_mod->on_host_tick(); });
+    m_longestTickCpu = std::max(m_longestTickCpu, os::thread_cpu_time() - startCpu);
+    m_longestTick = std::max(m_longestTick, std::chrono::duration_cast<std::chrono::nanoseconds>(
+                                                std::chrono::steady_clock::now() - start));
+    ++m_ticks;
 }
 
 auto ModHost::engine_ready() -> void {
@@ -29,6 +42,10 @@ auto ModHost::uninstall() -> void {
 auto ModHost::print_summaries() const -> void {
     for (const HookGuard* guard : {&m_startGuard, &m_tickGuard, &m_readyGuard, &m_uninstallGuard})
         guard->print_summary();
+    using Milliseconds = std::chrono::duration<double, std::milli>;
+    std::fprintf(stderr,
+                 "korvath-sim: on_host_tick: %" PRIu64 " calls, longest %.3f ms (processor time %.3f ms)\n",
+                 m_ticks, Milliseconds(m_longestTick).count(), Milliseconds(m_longestTickCpu).count());
 }
 
 } // namespace korvath::sim
