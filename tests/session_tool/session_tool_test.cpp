@@ -5,6 +5,7 @@
 #include "exchange/local_state.hpp"
 #include "exchange/remote_players.hpp"
 #include "support/test_support.hpp"
+#include "tools/platform/os.hpp"
 #include "tools/session/command_line.hpp"
 #include "tools/session/demo/child_process.hpp"
 #include "tools/session/exchange/client_snapshot.hpp"
@@ -17,6 +18,12 @@
 
 #include <bit>
 #include <cstdlib>
+#include <future>
+#ifndef _WIN32
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#endif
 
 namespace korvath::test {
 namespace {
@@ -117,6 +124,26 @@ TEST(SessionToolCommandLine, ValidLinesParseAndBadOnesNameTheProblem) {
     for (const auto& [args, message] : bad)
         EXPECT_THAT([&] { parse(args); }, ::testing::ThrowsMessage<tool::UsageError>(HasSubstr(message)));
 }
+
+#ifndef _WIN32
+// A FIFO in the place of a local state is fresh and of size 0, and opening it blocked the relay's loop.
+TEST(SessionToolRelayLink, FifoInPlaceOfTheLocalStateDoesNotBlockTheRelay) {
+    const fs::path from = scratch_dir("fifo-from"), to = scratch_dir("fifo-to");
+    const fs::path local = from / "KorvathOnline" / "local_state.tsv";
+    fs::create_directories(local.parent_path());
+    ASSERT_EQ(mkfifo(local.c_str(), 0600), 0);
+    const tool::RelayLink link{from, to, "player-b", "KESTREN CLIENT B"};
+    auto outcome = std::async(
+        std::launch::async, [&] { return tool::relay_local_state(link, fs::file_time_type::clock::now()); });
+    if (outcome.wait_for(30s) != std::future_status::ready) {
+        ::close(::open(local.c_str(), O_WRONLY | O_NONBLOCK)); // lets the blocked open return
+        FAIL() << "the relay blocked on a FIFO";
+    }
+    EXPECT_EQ(outcome.get(), tool::RelayOutcome::Missing);
+    // Nor is an endless device read: only regular files are.
+    EXPECT_EQ(os::read_shared("/dev/zero"), std::nullopt);
+}
+#endif
 
 // The relay process test shows the row itself; here the outcomes that leave the other file alone.
 TEST(SessionToolRelayLink, RelaysOnlyAFreshValidLocalStateAndLeavesTheOtherFileAlone) {

@@ -43,7 +43,8 @@ auto make_temporary_directory(std::string_view prefix) -> std::filesystem::path;
 // std::fopen for any path, wide ones included.
 auto open_file(const std::filesystem::path& path, const char* mode) -> std::FILE*;
 
-// The whole file as raw bytes; nothing when it cannot be opened or read. The file stays open to others'
+// The whole file as raw bytes; nothing when it cannot be opened or read, or (on POSIX) is no regular
+// file: a FIFO or a device. Never blocks on a FIFO. The file stays open to others'
 // writes, renames and deletions meanwhile (on Windows every share flag), so a reader never makes the
 // mod's replacement of a report fail.
 auto read_shared(const std::filesystem::path& path) -> std::optional<std::string>;
