@@ -12,6 +12,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <fcntl.h>
 #include <fstream>
@@ -106,6 +107,7 @@ TEST_F(HostileFiles, NoneStallsTheUpdateThreadGrowsMemoryOrBreaksTheStatusReport
         };
     };
     replace_table(goodRow(1000), true);
+    const auto started = std::chrono::steady_clock::now();
     tool::ChildProcess sim(kSimulator,
                            {"--game-dir", game.string(), "--ready-after", "0.1", "--duration", "100"}, log);
     // Seven seconds of fresh local state enable the session; the proxy then follows the good row.
@@ -172,6 +174,10 @@ TEST_F(HostileFiles, NoneStallsTheUpdateThreadGrowsMemoryOrBreaksTheStatusReport
     for (const HostileInput& input : inputs) {
         replace_table(goodRow(++x), true);
         ASSERT_TRUE(status_shows({"remoteFileFresh=1", "targetX=" + std::to_string(x)})) << input.name;
+        // When each input went in, to tell which one a slow update call that the simulator prints followed.
+        std::printf("%.3f s: %s\n",
+                    std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count(),
+                    input.name.c_str());
         replace_table(input.install, input.keepsFresh);
         EXPECT_TRUE(status_shows(input.expected)) << input.name;
         // One line per key whatever the names hold: 27 lines, the 13th the remote id.
@@ -198,7 +204,7 @@ TEST_F(HostileFiles, NoneStallsTheUpdateThreadGrowsMemoryOrBreaksTheStatusReport
     EXPECT_LT(longestMs, 1000);
     if (!kSanitized) {
         EXPECT_LT(longestCpuMs, kPollIntervalMs);
-        EXPECT_LT(peakMiB, 64); // the table is read 16 MiB at most
+        EXPECT_LT(peakMiB, 48); // the table is read 1 MiB at most
     }
 }
 

@@ -8,6 +8,13 @@
 
 namespace korvath::sim {
 
+namespace {
+
+constexpr auto kSlowTick = std::chrono::milliseconds(75);
+constexpr uint64_t kSlowTicksPrinted = 20;
+
+} // namespace
+
 ModHost::ModHost(const std::filesystem::path& library)
     : m_library(standin::LoadedMod::load(library)) {}
 
@@ -22,10 +29,17 @@ auto ModHost::tick() -> void {
     const auto start = std::chrono::steady_clock::now();
     const auto startCpu = os::thread_cpu_time();
     m_tickGuard.run([this] { m_mod->on_host_tick(); });
-    m_longestTickCpu = std::max(m_longestTickCpu, os::thread_cpu_time() - startCpu);
-    m_longestTick = std::max(m_longestTick, std::chrono::duration_cast<std::chrono::nanoseconds>(
-                                                std::chrono::steady_clock::now() - start));
+    const auto cpu = os::thread_cpu_time() - startCpu;
+    const auto end = std::chrono::steady_clock::now();
+    const auto wall = std::chrono::duration_cast<std::chrono::nanoseconds>(end - start);
+    m_longestTickCpu = std::max(m_longestTickCpu, cpu);
+    m_longestTick = std::max(m_longestTick, wall);
     ++m_ticks;
+    using Milliseconds = std::chrono::duration<double, std::milli>;
+    if (wall > kSlowTick && ++m_slowTicks <= kSlowTicksPrinted)
+        std::fprintf(stderr, "korvath-sim: on_host_tick took %.1f ms (processor time %.1f ms) at %.3f s\n",
+                     Milliseconds(wall).count(), Milliseconds(cpu).count(),
+                     std::chrono::duration<double>(end - m_created).count());
 }
 
 auto ModHost::engine_ready() -> void {

@@ -18,7 +18,8 @@ public:
 
     // Entry thread: creates the mod object through start_mod; false when that failed.
     auto start() -> bool;
-    // Update thread. Each call is timed: a hook that stalls the host's update thread shows in the summary.
+    // Update thread. Each call is timed: a hook that stalls the host's update thread shows in the summary,
+    // and the first calls longer than the mod's poll interval (75 ms) are printed with their time.
     auto tick() -> void;
     // The engine-ready thread.
     auto engine_ready() -> void;
@@ -36,7 +37,9 @@ private:
     HookGuard m_tickGuard{"on_host_tick"};
     HookGuard m_readyGuard{"on_unreal_ready"};
     HookGuard m_uninstallGuard{"uninstall_mod"};
+    std::chrono::steady_clock::time_point m_created{std::chrono::steady_clock::now()};
     uint64_t m_ticks{}; // update thread
+    uint64_t m_slowTicks{};
     std::chrono::nanoseconds m_longestTick{};
     std::chrono::nanoseconds m_longestTickCpu{}; // the thread's processor time: not lengthened by preemption
 };
