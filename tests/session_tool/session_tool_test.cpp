@@ -156,7 +156,7 @@ TEST(SessionToolRelayLink, RelaysOnlyAFreshValidLocalStateAndLeavesTheOtherFileA
     EXPECT_FALSE(fs::exists(remote));
 
     write_file(local, "1\t2\t3\t4\tMap_B\n");
-    const auto written = fs::last_write_time(local);
+    const auto written = *os::last_write_time(local);
     EXPECT_EQ(tool::relay_local_state(link, written + 3s), tool::RelayOutcome::Relayed);
     write_file(remote, "earlier row\n");
     EXPECT_EQ(tool::relay_local_state(link, written + 3s + 1ns), tool::RelayOutcome::Stale);

@@ -55,6 +55,11 @@ auto peak_resident_bytes() -> std::optional<uint64_t>;
 // The processor time the calling thread has used so far (coarse on Windows: the scheduler's ticks).
 auto thread_cpu_time() -> std::chrono::nanoseconds;
 
+// The file's last-write time at the file system's full resolution, and setting it; nothing or false when
+// the file cannot be reached. (std::filesystem::last_write_time keeps whole seconds only on Windows.)
+auto last_write_time(const std::filesystem::path& path) -> std::optional<std::filesystem::file_time_type>;
+auto set_last_write_time(const std::filesystem::path& path, std::filesystem::file_time_type time) -> bool;
+
 // The local calendar time of `time`.
 auto local_time(std::time_t time) -> std::tm;
 

@@ -77,13 +77,16 @@ auto parse_demo_command(std::span<const std::string_view> args) -> Command {
             return {.kind = CommandKind::DemoHelp};
         if (!arg.starts_with("--"))
             throw UsageError("demo takes no arguments besides its options, got " + in_quotes(arg));
-        if (name == "--keep" || name == "--quick" || name == "--no-predict" || name == "--straight") {
+        if (name == "--keep" || name == "--quick" || name == "--no-predict" || name == "--straight" ||
+            name == "--compare") {
             if (equals != std::string_view::npos)
                 throw UsageError("option " + std::string(name) + " takes no value");
             if (name == "--no-predict")
                 command.demo.predict = false;
             else if (name == "--straight")
                 command.demo.straight = true;
+            else if (name == "--compare")
+                command.demo.compare = true;
             else
                 (name == "--keep" ? command.demo.keep : command.demo.quick) = true;
             continue;
@@ -201,7 +204,7 @@ auto usage_text() -> std::string_view {
            "                               ahead to where the proxy will show it (default 100 Hz); with\n"
            "                               --no-predict the pose as it is (default 20 Hz)\n"
            "  watch DIR... [--duration S]  live view of each client's heartbeat, status and reports\n"
-           "  demo [--dir DIR] [--keep] [--quick] [--no-predict] [--straight]\n"
+           "  demo [--dir DIR] [--keep] [--quick] [--no-predict] [--straight] [--compare]\n"
            "                               two simulated games in a whole session, shown live; writes a\n"
            "                               plot (see 'korvath-session demo --help')\n"
            "  --help, --version\n"

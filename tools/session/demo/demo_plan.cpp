@@ -46,6 +46,7 @@ auto demo_walk_text(const DemoOptions& options, const DemoPlan& plan) -> std::st
 
 auto demo_usage_text() -> std::string_view {
     return "usage: korvath-session demo [--dir DIR] [--keep] [--quick] [--no-predict] [--straight]\n"
+           "                            [--compare]\n"
            "\n"
            "Runs two simulated games side by side with the mod, CLIENT_A walking a circle and CLIENT_B\n"
            "standing, relays each one's pose to the other, and shows the session live:\n"
@@ -70,6 +71,9 @@ auto demo_usage_text() -> std::string_view {
            "  --straight  CLIENT_A walks along x and stops dead 12 s after its start, in the following\n"
            "              phase; the summary tells how far B's proxy of A overshoots and how soon it\n"
            "              settles within 1 unit\n"
+           "  --compare   CLIENT_B walks as CLIENT_A does, and the relay predicts A's pose for B but passes\n"
+           "              B's on to A as it is (20 times a second): one run shows both trails, B's proxy\n"
+           "              of A with prediction and A's proxy of B without\n"
            "  --help      this text\n"
            "\n"
            "Exit codes: 0 the session went as expected, 1 it did not (the reason is printed),\n"
