@@ -3,6 +3,9 @@
 #include "exchange/file_read_buffer.hpp"
 #include "mod/session_state.hpp"
 
+#include <cstdint>
+#include <limits>
+
 namespace korvath {
 
 namespace {
@@ -23,7 +26,8 @@ auto read_role_file(const std::filesystem::path& path) noexcept -> std::string {
     try {
         // The buffer's open does not block, so a FIFO in the role file's place cannot stall the start.
         FileReadBuffer file(kMaxReadBytes);
-        if (!file.read(path))
+        const std::wstring name = path.filename().wstring();
+        if (!file.read(path.parent_path(), name, std::numeric_limits<int64_t>::min())) // any age
             return {};
         std::string_view line = file.bytes();
         const std::size_t lineEnd = line.find('\n');

@@ -6,7 +6,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <functional>
+#include <limits>
 #ifndef _WIN32
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -17,6 +19,7 @@ namespace korvath::test {
 namespace {
 
 constexpr std::size_t kLimit = 100'000; // past the inline storage, so the heap growth is taken too
+constexpr int64_t kAnyTime = std::numeric_limits<int64_t>::min();
 
 TEST(FileReadBuffer, AnythingInTheFilesPlaceIsReadUpToTheLimitWithoutBlocking) {
     const fs::path dir = scratch_dir("read-buffer");
@@ -53,7 +56,8 @@ TEST(FileReadBuffer, AnythingInTheFilesPlaceIsReadUpToTheLimitWithoutBlocking) {
 #endif
     for (const Case& c : cases) {
         FileReadBuffer buffer(kLimit);
-        EXPECT_EQ(buffer.read(c.make()), c.readable) << c.name;
+        const fs::path path = c.make();
+        EXPECT_EQ(buffer.read(path.parent_path(), path.filename().wstring(), kAnyTime), c.readable) << c.name;
         EXPECT_EQ(buffer.bytes().size(), c.size) << c.name;
         EXPECT_EQ(buffer.truncated(), c.truncated) << c.name;
     }
@@ -67,7 +71,7 @@ TEST(FileReadBuffer, FifoWithASilentWriterFailsAtOnce) {
     const int writer = ::open(fifo.c_str(), O_RDWR | O_NONBLOCK);
     ASSERT_GE(writer, 0);
     FileReadBuffer buffer(kLimit);
-    EXPECT_FALSE(buffer.read(fifo));
+    EXPECT_FALSE(buffer.read(fifo.parent_path(), L"fifo", kAnyTime));
     ::close(writer);
 }
 #endif

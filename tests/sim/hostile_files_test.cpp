@@ -136,7 +136,7 @@ TEST_F(HostileFiles, NoneStallsTheUpdateThreadGrowsMemoryOrBreaksTheStatusReport
              fifoWriter = ::open(p.c_str(), O_RDWR | O_NONBLOCK);
              ASSERT_GE(fifoWriter, 0);
          }},
-        // A link's age is its target's, and the devices were last written long ago: not opened at all.
+        // A link's age is its target's, and the devices were last written long ago: refused as stale.
         {"link to /dev/zero", [](const fs::path& p) { fs::create_symlink("/dev/zero", p); }, false},
         {"link to /dev/urandom", [](const fs::path& p) { fs::create_symlink("/dev/urandom", p); }, false},
         {"directory", [](const fs::path& p) { fs::create_directory(p); }},
