@@ -21,7 +21,9 @@ auto extended_length_path(std::filesystem::path path) -> std::filesystem::path;
 // opened with every share flag, so a reader of a stale temporary file never blocks the write.
 auto write_new_file(const std::filesystem::path& path, std::string_view content) -> bool;
 
-// Moves `from` onto `to`, replacing `to`; false when the file could not be moved.
+// Moves `from` onto `to`, replacing `to`; false when the file could not be moved. On Windows a target
+// that a reader holds open may block the move: it is retried for a few milliseconds, then `to` is
+// written over in place.
 auto replace_file(const std::filesystem::path& from, const std::filesystem::path& to) -> bool;
 
 // Status of directory/name: nothing when it does not exist or cannot be read, else its last-write

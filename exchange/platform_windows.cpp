@@ -7,6 +7,7 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstddef>
 #include <iterator>
 #include <memory>
@@ -15,6 +16,11 @@
 namespace korvath::platform {
 
 namespace {
+
+// How long a rename over a report that a reader holds open is retried before the report is written over
+// in place. The writer holds the report lock meanwhile, so this stays far below the update thread's poll
+// interval.
+constexpr auto kRenameRetryTime = std::chrono::milliseconds(5);
 
 constexpr DWORD kPathBufferSize = 32768;
 
@@ -124,15 +130,20 @@ auto write_new_file(const std::filesystem::path& path, std::string_view content)
 
 auto replace_file(const std::filesystem::path& from, const std::filesystem::path& to) -> bool {
     constexpr DWORD kFlags = MOVEFILE_REPLACE_EXISTING | MOVEFILE_COPY_ALLOWED;
-    // Replaces the target in one step, so a reader sees the old report or the new one.
-    if (rename_replacing_open_target(from, to) || MoveFileExW(from.c_str(), to.c_str(), kFlags))
-        return true;
-    // A reader without delete sharing blocks that: remove the target, then move again.
-    DeleteFileW(to.c_str());
-    if (MoveFileExW(from.c_str(), to.c_str(), kFlags))
-        return true;
-    // The target cannot be removed while that reader holds it: write the bytes over it in place, as the
-    // reader's sharing of write access allows.
+    // Replaces the target in one step, so a reader sees the old report or the new one. Where a rename over
+    // a file that a reader holds open is refused (no POSIX semantics: before Windows 10 1809, off NTFS,
+    // under Wine, or a reader without delete sharing), the reader usually lets go within a moment: the
+    // rename is retried for a bounded time.
+    const auto deadline = std::chrono::steady_clock::now() + kRenameRetryTime;
+    do {
+        if (rename_replacing_open_target(from, to) || MoveFileExW(from.c_str(), to.c_str(), kFlags))
+            return true;
+        SwitchToThread();
+    } while (std::chrono::steady_clock::now() < deadline);
+    // A reader that keeps the target open: write the bytes over it in place, as the reader's sharing of
+    // write access allows; that reader may catch the file half written. The target is never deleted
+    // first: a deleted file that a reader holds lingers, unopenable, and takes no new file in its place
+    // until that reader lets go, so the report would be lost.
     std::string content;
     if (!read_whole(from, content) || !write_new_file(to, content))
         return false;

@@ -13,8 +13,10 @@ namespace {
 
 constexpr std::wstring_view kRemotePlayersFile = L"remote_players.tsv";
 constexpr int64_t kMaxAgeSeconds = 2;
-// Bytes read per poll at most; only the complete lines within them are looked at.
-constexpr std::size_t kMaxFileBytes = std::size_t{16} << 20;
+// Bytes read per poll at most; only the complete lines within them are looked at. A row is under 100
+// bytes, so this holds thousands of lines, and scanning it costs a few milliseconds even when no line
+// is a row.
+constexpr std::size_t kMaxFileBytes = std::size_t{1} << 20;
 // id, display name, x, y, z, yaw, map name; further fields are ignored.
 constexpr std::size_t kFields = 7;
 

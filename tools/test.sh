@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs what is missing, then builds and runs the whole test suite: warnings as errors, then
 # under AddressSanitizer + UndefinedBehaviorSanitizer and under ThreadSanitizer, plus a format check,
-# and the Windows cross build (MinGW-w64) with its tests under Wine.
+# the fuzz targets for 10 s each, and the Windows cross build (MinGW-w64) with its tests under Wine.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -16,6 +16,8 @@ run_preset() {
 }
 
 ./tools/check-format.sh
+echo "=== fuzz: build, then each target for 10 s"
+./tools/fuzz.sh 10
 run_preset ci
 run_preset asan
 run_preset tsan

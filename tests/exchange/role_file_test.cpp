@@ -6,6 +6,14 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <future>
+#ifndef _WIN32
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#endif
+
 namespace korvath::test {
 namespace {
 
@@ -33,6 +41,22 @@ TEST(RoleFile, OnlyAFirstLineOfExactlyClientBAfterTrimmingGivesClientB) {
     fs::create_directory(file);
     EXPECT_EQ(read_role_file(file), "");
 }
+
+#ifndef _WIN32
+// A FIFO with no writer in the role file's place blocked the open, and with it the mod's construction.
+TEST(RoleFile, FifoInPlaceOfTheRoleFileDoesNotBlockTheStart) {
+    using namespace std::chrono_literals;
+    const fs::path file = scratch_dir("role-fifo") / "phase5g-role.txt";
+    ASSERT_EQ(mkfifo(file.c_str(), 0600), 0);
+    auto role = std::async(std::launch::async, [&] { return read_role_file(file); });
+    if (role.wait_for(30s) != std::future_status::ready) {
+        // A writer that opens and closes lets a blocked reader see the end of the file.
+        ::close(::open(file.c_str(), O_WRONLY | O_NONBLOCK));
+        FAIL() << "reading a FIFO blocked";
+    }
+    EXPECT_EQ(role.get(), "");
+}
+#endif
 
 } // namespace
 } // namespace korvath::test

@@ -16,7 +16,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <bit>
 #include <cstdlib>
+#include <future>
+#ifndef _WIN32
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#endif
 
 namespace korvath::test {
 namespace {
@@ -58,6 +65,34 @@ TEST(SessionToolAgainstMod, TheModReadsLocalStatesAndRelayedRowsAsTheToolDoes) {
                   std::tie(local.x, local.y, local.z, local.yaw, local.mapName))
             << row;
     }
+}
+
+// A local state line ending in two CRs keeps one in its map name; the relayed row ended in that CR, and
+// the mod's reader took it for the CR of a CR LF line end.
+TEST(SessionToolAgainstMod, MapNameEndingInCarriageReturnSurvivesTheRelay) {
+    exchangeDirectory = exchange_dir();
+    const auto pose = tool::parse_local_state("1\t2\t3\t4\tMap_A\r\r\n");
+    ASSERT_TRUE(pose.has_value());
+    ASSERT_EQ(pose->mapName, "Map_A\r");
+    write_file(exchange_dir() / "remote_players.tsv",
+               tool::format_remote_player_row("player-b", "KESTREN CLIENT B", *pose));
+    RemotePlayerState remote;
+    ASSERT_TRUE(read_remote_players(remote));
+    EXPECT_EQ(remote.mapName, "Map_A\r");
+}
+
+// An exact subnormal number (here 2^-149, in hexadecimal) is a valid coordinate to both readers, but its
+// shortest decimal text "1e-45" is inexact, and strtof's range error for it made the mod drop the row.
+TEST(SessionToolAgainstMod, SubnormalCoordinateSurvivesTheRelay) {
+    exchangeDirectory = exchange_dir();
+    const auto pose = tool::parse_local_state("0x1p-149\t-0x1.8p-140\t3\t4\tMap_A\n");
+    ASSERT_TRUE(pose.has_value());
+    write_file(exchange_dir() / "remote_players.tsv",
+               tool::format_remote_player_row("player-b", "KESTREN CLIENT B", *pose));
+    RemotePlayerState remote;
+    ASSERT_TRUE(read_remote_players(remote)) << read_file(exchange_dir() / "remote_players.tsv");
+    EXPECT_EQ(std::bit_cast<uint32_t>(remote.x), 1u);
+    EXPECT_EQ(remote.y, pose->y);
 }
 
 // What the process tests do not reach: both option spellings, options among the folders, the help of
@@ -123,6 +158,26 @@ TEST(SessionToolCommandLine, ValidLinesParseAndBadOnesNameTheProblem) {
         }
     }
 }
+
+#ifndef _WIN32
+// A FIFO in the place of a local state is fresh and of size 0, and opening it blocked the relay's loop.
+TEST(SessionToolRelayLink, FifoInPlaceOfTheLocalStateDoesNotBlockTheRelay) {
+    const fs::path from = scratch_dir("fifo-from"), to = scratch_dir("fifo-to");
+    const fs::path local = from / "KorvathOnline" / "local_state.tsv";
+    fs::create_directories(local.parent_path());
+    ASSERT_EQ(mkfifo(local.c_str(), 0600), 0);
+    const tool::RelayLink link{from, to, "player-b", "KESTREN CLIENT B"};
+    auto outcome = std::async(
+        std::launch::async, [&] { return tool::relay_local_state(link, fs::file_time_type::clock::now()); });
+    if (outcome.wait_for(30s) != std::future_status::ready) {
+        ::close(::open(local.c_str(), O_WRONLY | O_NONBLOCK)); // lets the blocked open return
+        FAIL() << "the relay blocked on a FIFO";
+    }
+    EXPECT_EQ(outcome.get(), tool::RelayOutcome::Missing);
+    // Nor is an endless device read: only regular files are.
+    EXPECT_EQ(os::read_shared("/dev/zero"), std::nullopt);
+}
+#endif
 
 // The relay process test shows the row itself; here the outcomes that leave the other file alone.
 TEST(SessionToolRelayLink, RelaysOnlyAFreshValidLocalStateAndLeavesTheOtherFileAlone) {

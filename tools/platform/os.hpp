@@ -2,6 +2,8 @@
 // The operating-system calls the simulator, the session tool and the test programs share. Paths and
 // arguments are UTF-8 on every platform; the Windows side converts to wide strings at each call.
 
+#include <chrono>
+#include <cstdint>
 #include <cstdio>
 #include <ctime>
 #include <filesystem>
@@ -41,10 +43,17 @@ auto make_temporary_directory(std::string_view prefix) -> std::filesystem::path;
 // std::fopen for any path, wide ones included.
 auto open_file(const std::filesystem::path& path, const char* mode) -> std::FILE*;
 
-// The whole file as raw bytes; nothing when it cannot be opened or read. The file stays open to others'
+// The whole file as raw bytes; nothing when it cannot be opened or read, or (on POSIX) is no regular
+// file: a FIFO or a device. Never blocks on a FIFO. The file stays open to others'
 // writes, renames and deletions meanwhile (on Windows every share flag), so a reader never makes the
 // mod's replacement of a report fail.
 auto read_shared(const std::filesystem::path& path) -> std::optional<std::string>;
+
+// The most memory this process has held resident so far, in bytes; nothing when the system cannot say.
+auto peak_resident_bytes() -> std::optional<uint64_t>;
+
+// The processor time the calling thread has used so far (coarse on Windows: the scheduler's ticks).
+auto thread_cpu_time() -> std::chrono::nanoseconds;
 
 // The file's last-write time at the file system's full resolution, and setting it; nothing or false when
 // the file cannot be reached. (std::filesystem::last_write_time keeps whole seconds only on Windows.)

@@ -4,9 +4,10 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
-#include <iterator>
+#include <fcntl.h>
 #include <stdexcept>
+#include <sys/resource.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -60,13 +61,43 @@ auto open_file(const std::filesystem::path& path, const char* mode) -> std::FILE
 }
 
 auto read_shared(const std::filesystem::path& path) -> std::optional<std::string> {
-    std::ifstream in(path, std::ios::binary);
-    if (!in)
+    // Non-blocking, so that a FIFO in the file's place cannot stall the reader; and only a regular file is
+    // read, so that a link to an endless device (/dev/zero) cannot fill memory.
+    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK);
+    if (fd < 0)
         return std::nullopt;
-    std::string content{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-    if (in.bad())
-        return std::nullopt;
+    struct stat info {};
+    std::optional<std::string> content;
+    if (::fstat(fd, &info) == 0 && S_ISREG(info.st_mode)) {
+        content.emplace();
+        char buffer[65536];
+        for (;;) {
+            const ssize_t got = ::read(fd, buffer, sizeof buffer);
+            if (got > 0) {
+                content->append(buffer, static_cast<std::size_t>(got));
+            } else if (got == 0) {
+                break;
+            } else if (errno != EINTR) {
+                content.reset();
+                break;
+            }
+        }
+    }
+    ::close(fd);
     return content;
+}
+
+auto peak_resident_bytes() -> std::optional<uint64_t> {
+    rusage usage{};
+    if (getrusage(RUSAGE_SELF, &usage) != 0)
+        return std::nullopt;
+    return static_cast<uint64_t>(usage.ru_maxrss) * 1024; // kilobytes on Linux
+}
+
+auto thread_cpu_time() -> std::chrono::nanoseconds {
+    timespec now{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+    return std::chrono::seconds(now.tv_sec) + std::chrono::nanoseconds(now.tv_nsec);
 }
 
 auto last_write_time(const std::filesystem::path& path) -> std::optional<std::filesystem::file_time_type> {

@@ -11,6 +11,7 @@
 #include <fcntl.h>
 #include <io.h>
 #include <memory>
+#include <psapi.h>
 #include <random>
 #include <shellapi.h>
 #include <stdexcept>
@@ -93,6 +94,23 @@ auto read_shared(const std::filesystem::path& path) -> std::optional<std::string
     if (!ok)
         return std::nullopt;
     return content;
+}
+
+auto peak_resident_bytes() -> std::optional<uint64_t> {
+    PROCESS_MEMORY_COUNTERS counters{};
+    if (!GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof counters))
+        return std::nullopt;
+    return static_cast<uint64_t>(counters.PeakWorkingSetSize);
+}
+
+auto thread_cpu_time() -> std::chrono::nanoseconds {
+    FILETIME created, exited, kernel, user;
+    if (!GetThreadTimes(GetCurrentThread(), &created, &exited, &kernel, &user))
+        return {};
+    const auto units = [](const FILETIME& time) {
+        return (static_cast<int64_t>(time.dwHighDateTime) << 32) | time.dwLowDateTime;
+    };
+    return std::chrono::nanoseconds((units(kernel) + units(user)) * 100);
 }
 
 namespace {

@@ -148,6 +148,9 @@ auto run(const SimOptions& options, const std::vector<std::string>& args) -> int
     host->uninstall();
     host->print_summaries();
     processEventGuard.print_summary();
+    if (const auto peak = os::peak_resident_bytes())
+        std::fprintf(stderr, "korvath-sim: peak resident memory %.1f MiB\n",
+                     static_cast<double>(*peak) / (1 << 20));
     std::fflush(stdout);
     return 0;
 }

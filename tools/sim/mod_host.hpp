@@ -5,6 +5,8 @@
 #include "standin/ModLoader.hpp"
 #include "tools/sim/hook_guard.hpp"
 
+#include <chrono>
+#include <cstdint>
 #include <filesystem>
 
 namespace korvath::sim {
@@ -16,12 +18,15 @@ public:
 
     // Entry thread: creates the mod object through start_mod; false when that failed.
     auto start() -> bool;
-    // Update thread.
+    // Update thread. Each call is timed: a hook that stalls the host's update thread shows in the summary,
+    // and the first calls longer than the mod's poll interval (75 ms) are printed with their time.
     auto tick() -> void;
     // The engine-ready thread.
     auto engine_ready() -> void;
     // Entry thread, after the other threads have ended: deletes the mod object through uninstall_mod.
     auto uninstall() -> void;
+    // After the hook threads have ended: the escaped exceptions, and the count and the longest (in wall
+    // time and in processor time) of the update calls.
     auto print_summaries() const -> void;
 
 private:
@@ -32,6 +37,11 @@ private:
     HookGuard m_tickGuard{"on_host_tick"};
     HookGuard m_readyGuard{"on_unreal_ready"};
     HookGuard m_uninstallGuard{"uninstall_mod"};
+    std::chrono::steady_clock::time_point m_created{std::chrono::steady_clock::now()};
+    uint64_t m_ticks{}; // update thread
+    uint64_t m_slowTicks{};
+    std::chrono::nanoseconds m_longestTick{};
+    std::chrono::nanoseconds m_longestTickCpu{}; // the thread's processor time: not lengthened by preemption
 };
 
 } // namespace korvath::sim

@@ -1,0 +1,39 @@
+#pragma once
+// Report contents that name their own generation, for readers that race a writer: each generation has
+// its own length and filler, so a reader can tell a whole report from a mixture of two or a cut-off one.
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace korvath::test {
+
+inline auto report_generation(uint64_t n) -> std::string {
+    const std::string number = std::to_string(n);
+    return "generation=" + number + "\n" +
+           std::string(100 + (n % 7) * 1000, static_cast<char>('a' + n % 26)) + "\nend=" + number + "\n";
+}
+
+// The generation of a whole report; nothing for anything else.
+inline auto whole_generation(std::string_view text) -> std::optional<uint64_t> {
+    constexpr std::string_view kKey = "generation=";
+    if (!text.starts_with(kKey))
+        return std::nullopt;
+    uint64_t n = 0;
+    std::size_t at = kKey.size();
+    for (; at < text.size() && at < 32 && text[at] >= '0' && text[at] <= '9'; ++at)
+        n = n * 10 + static_cast<uint64_t>(text[at] - '0');
+    if (at == kKey.size() || text != report_generation(n))
+        return std::nullopt;
+    return n;
+}
+
+// What one reader saw.
+struct ReadCounts {
+    uint64_t whole = 0;
+    uint64_t missing = 0; // the file could not be opened
+    uint64_t torn = 0;    // neither a whole old report nor a whole new one
+};
+
+} // namespace korvath::test
