@@ -150,6 +150,6 @@ TEST_P(NetGames, ProxiesFollowAcrossAnImpairedLinkAndTheOtherSideGoesStaleWhenTh
 
 INSTANTIATE_TEST_SUITE_P(Endings, NetGames,
                          testing::Values(Ending{"clean quit", true}, Ending{"killed", false}),
-                         [](const auto& info) {
-                             return std::string(info.param.goodbye ? "CleanQuit" : "Killed");
+                         [](const testing::TestParamInfo<Ending>& ending) {
+                             return std::string(ending.param.goodbye ? "CleanQuit" : "Killed");
                          });

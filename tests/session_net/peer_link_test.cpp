@@ -72,7 +72,8 @@ TEST(NetPeerLink, HelloAnswerAndPosesConnectBothSidesAndMeasureTheRoundTrip) {
     const auto reception = pair.to_joiner(fromHost);
     ASSERT_TRUE(reception.pose);
     EXPECT_EQ(reception.pose->pose.x, 2.0F);
-    EXPECT_EQ(pair.joiner.round_trip().smoothed(), 20ms + (70ms - 20ms) / 8);
+    EXPECT_EQ(pair.joiner.round_trip().smoothed(),
+              20ms + nanoseconds(70ms - 20ms) / 8); // an eighth of the way
     EXPECT_EQ(pair.joiner.round_trip().shortest(), 20ms);
 }
 

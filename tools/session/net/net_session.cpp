@@ -17,6 +17,7 @@ using std::chrono::nanoseconds;
 constexpr int kReceivesPerTurn = 2048;
 constexpr nanoseconds kLiveStatusPeriod = std::chrono::milliseconds(250);
 constexpr nanoseconds kLoggedStatusPeriod = std::chrono::seconds(5);
+constexpr nanoseconds kSharedStatusPeriod = std::chrono::milliseconds(100); // for status() from outside
 constexpr int kGoodbyeCopies = 3; // a goodbye is sent this often, against loss
 
 auto clock_now() -> nanoseconds {
@@ -73,7 +74,7 @@ auto NetSession::run(std::ostream& out) -> int {
     const nanoseconds statusPeriod = m_options.liveStatus ? kLiveStatusPeriod : kLoggedStatusPeriod;
     const nanoseconds start = clock_now();
     const nanoseconds end = m_options.duration ? start + *m_options.duration : nanoseconds::max();
-    nanoseconds nextSend = start, nextWrite = start, nextStatus = start + statusPeriod;
+    nanoseconds nextSend = start, nextWrite = start, nextStatus = start + statusPeriod, nextShare = start;
     std::array<uint8_t, kMaxPacketBytes + 1> buffer{};
     std::string shownLine;
 
@@ -147,6 +148,10 @@ auto NetSession::run(std::ostream& out) -> int {
             m_status.rowsFailed += outcome == WriteOutcome::Failed ? 1 : 0;
             nextWrite = std::max(nextWrite + writePeriod, now);
         }
+        if (now >= nextShare) {
+            update_status(now);
+            nextShare = std::max(nextShare + kSharedStatusPeriod, now);
+        }
         if (now >= nextStatus) {
             update_status(now);
             const std::string line = format_net_status(m_status);
@@ -158,7 +163,7 @@ auto NetSession::run(std::ostream& out) -> int {
             }
             nextStatus = std::max(nextStatus + statusPeriod, now);
         }
-        const nanoseconds wake = std::min({nextSend, nextWrite, nextStatus, end});
+        const nanoseconds wake = std::min({nextSend, nextWrite, nextStatus, nextShare, end});
         m_socket.wait_readable(std::min(wake - clock_now(), nanoseconds(std::chrono::milliseconds(20))));
     }
     if (!abandoned) {
