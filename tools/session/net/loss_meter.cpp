@@ -15,10 +15,12 @@ auto LossMeter::add(uint64_t sequence, std::chrono::nanoseconds now) -> void {
         m_windowStart = now;
         return;
     }
+    if (sequence <= *m_first)
+        return; // from before this window, already counted
+    ++m_received;
     if (sequence <= m_last)
         return;
     m_last = sequence;
-    ++m_received;
     if (now - m_windowStart < kWindow)
         return;
     const uint64_t sent = m_last - *m_first;

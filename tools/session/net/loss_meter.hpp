@@ -10,7 +10,8 @@ namespace korvath::session_tool {
 
 class LossMeter {
 public:
-    // A packet taken from the peer with sequence `sequence`, at `now`.
+    // A packet from the peer with sequence `sequence`, received at `now`; one that arrives after a newer
+    // one still counts as received.
     auto add(uint64_t sequence, std::chrono::nanoseconds now) -> void;
     auto clear() -> void { *this = {}; }
     // The loss of the last complete window, 0 to 1; nothing before one has completed.

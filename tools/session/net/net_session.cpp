@@ -69,8 +69,9 @@ auto NetSession::run(std::ostream& out) -> int {
     const auto [playerId, displayName] = side_identity(m_options.side);
     LocalPoseSource source(m_options.gameDir, playerId, displayName);
     RemotePoseWriter writer(m_options.gameDir, m_options.predict);
-    const nanoseconds sendPeriod = std::chrono::seconds(1) / std::clamp(m_options.poseHz, 1, 1000);
-    const nanoseconds writePeriod = std::chrono::seconds(1) / kRemoteWriteHz;
+    const nanoseconds sendPeriod =
+        nanoseconds(std::chrono::seconds(1)) / std::clamp(m_options.poseHz, 1, 1000);
+    const nanoseconds writePeriod = nanoseconds(std::chrono::seconds(1)) / kRemoteWriteHz;
     const nanoseconds statusPeriod = m_options.liveStatus ? kLiveStatusPeriod : kLoggedStatusPeriod;
     const nanoseconds start = clock_now();
     const nanoseconds end = m_options.duration ? start + *m_options.duration : nanoseconds::max();

@@ -83,8 +83,10 @@ auto PeerLink::receive(const UdpEndpoint& from, std::span<const uint8_t> datagra
     if (packet.receiverNonce == m_nonce) {
         if (m_peer && packet.senderNonce != m_peer->nonce)
             return drop(reception, DropKind::Replay);
-        if (m_peer && packet.sequence <= m_peer->lastSequence)
+        if (m_peer && packet.sequence <= m_peer->lastSequence) {
+            m_loss.add(packet.sequence, now); // late, but not lost
             return drop(reception, DropKind::Late);
+        }
         if (!m_peer) {
             m_peer = Peer{from, packet.senderNonce, 0, now};
             m_candidate.reset();

@@ -22,9 +22,13 @@ auto RemotePoseWriter::take(const PosePayload& pose, int64_t sentUs, std::option
     // The peer's clock is placed on this one by the fastest packet seen, which arrived after the
     // shortest network delay; that delay and the pose's age at sending put the pose where it was taken.
     const nanoseconds sentAt = m_clock.place(sentUs / 1000, now);
-    const nanoseconds takenAt =
-        sentAt - std::chrono::microseconds(sentUs - pose.takenUs) - oneWay.value_or(nanoseconds(0));
-    m_predictor.add(pose.pose, takenAt);
+    // The peer sends each sample several times: only a sample taken later than the last one is new. (Its
+    // placement may shift by a little from one copy to the next, which must not look like a new sample.)
+    if (!m_latest || pose.takenUs > m_latest->takenUs) {
+        const nanoseconds takenAt =
+            sentAt - std::chrono::microseconds(sentUs - pose.takenUs) - oneWay.value_or(nanoseconds(0));
+        m_predictor.add(pose.pose, takenAt);
+    }
     m_latest = pose;
     m_lastPoseAt = now;
 }

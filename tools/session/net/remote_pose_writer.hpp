@@ -14,9 +14,9 @@
 
 namespace korvath::session_tool {
 
-// Short of a second: with the mod's 2 s file staleness and 3 s destroy delay, a peer that vanishes is
-// destroyed as stale within 6 s.
-inline constexpr std::chrono::nanoseconds kRemotePoseTimeout = std::chrono::milliseconds(600);
+// Half a second: with the mod's 2 s file staleness and 3 s destroy delay after it, the proxy of a peer
+// that vanishes goes about 5.5 s later, well within 6 s.
+inline constexpr std::chrono::nanoseconds kRemotePoseTimeout = std::chrono::milliseconds(500);
 
 // Poses cross the network late and repeat a sample several times, so the prediction reaches further
 // and gives up later than the one-machine relay's.
