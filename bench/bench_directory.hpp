@@ -1,6 +1,6 @@
 #pragma once
-// A fresh temporary directory for a benchmark program's files, made once; it is also the exchange
-// directory of the mod's code under measurement.
+// A fresh temporary directory for a benchmark program's files, made on first use and removed when the
+// program exits; it is also the exchange directory of the mod's code under measurement.
 
 #include "exchange/exchange_directory.hpp"
 
@@ -11,14 +11,21 @@
 namespace korvath::bench {
 
 inline auto bench_directory() -> const std::filesystem::path& {
-    static const std::filesystem::path directory = [] {
+    struct Directory {
+        std::filesystem::path path;
+        ~Directory() {
+            std::error_code ignored;
+            std::filesystem::remove_all(path, ignored);
+        }
+    };
+    static const Directory directory = [] {
         std::string pattern = (std::filesystem::temp_directory_path() / "korvath-bench-XXXXXX").string();
         if (!mkdtemp(pattern.data()))
             std::abort();
         korvath::exchangeDirectory = pattern;
-        return std::filesystem::path(pattern);
+        return Directory{pattern};
     }();
-    return directory;
+    return directory.path;
 }
 
 } // namespace korvath::bench

@@ -4,6 +4,7 @@
 // storage, so a poll of an ordinary table allocates nothing.
 
 #include <cstddef>
+#include <cstdint>
 #include <filesystem>
 #include <memory>
 #include <string_view>
@@ -17,9 +18,11 @@ public:
     FileReadBuffer(const FileReadBuffer&) = delete;
     auto operator=(const FileReadBuffer&) -> FileReadBuffer& = delete;
 
-    // Reads the file from its start, keeping at most maxBytes bytes. False when it cannot be opened
-    // or read (a directory, a FIFO without data, an I/O error). Throws only std::bad_alloc.
-    auto read(const std::filesystem::path& path) -> bool;
+    // Reads directory/name from its start, keeping at most maxBytes bytes, when its last write (on the
+    // file-time scale) is at writtenSince or later; the time is taken from the opened file, so it belongs
+    // to the bytes read. False when the file is older, or cannot be opened or read (a directory, a FIFO,
+    // an I/O error). Throws only std::bad_alloc.
+    auto read(const std::filesystem::path& directory, std::wstring_view name, int64_t writtenSince) -> bool;
 
     auto bytes() const noexcept -> std::string_view { return {data_, size_}; }
     // The file held more than maxBytes bytes; bytes() is its beginning.

@@ -1,7 +1,6 @@
 #include "exchange/file_read_buffer_fill.hpp"
-
-#define WIN32_LEAN_AND_MEAN
-#include <windows.h>
+#include "exchange/file_time_windows.hpp"
+#include "exchange/joined_path.hpp"
 
 #include <algorithm>
 #include <optional>
@@ -17,10 +16,14 @@ struct HandleCloser {
 
 } // namespace
 
-auto FileReadBuffer::read(const std::filesystem::path& path) -> bool {
+auto FileReadBuffer::read(const std::filesystem::path& directory, std::wstring_view name,
+                          int64_t writtenSince) -> bool {
     data_ = inline_;
     size_ = 0;
     truncated_ = false;
+    const JoinedPath path(directory, name);
+    if (!path.c_str())
+        return false;
     // Every share flag: the outside process may replace or rewrite the table while it is read here.
     const HANDLE file =
         CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
@@ -30,6 +33,9 @@ auto FileReadBuffer::read(const std::filesystem::path& path) -> bool {
     const HandleCloser closer{file};
     // Only a file on disk: a pipe or a device in the table's place could block the calling thread.
     if (GetFileType(file) != FILE_TYPE_DISK)
+        return false;
+    FILETIME lastWrite;
+    if (!GetFileTime(file, nullptr, nullptr, &lastWrite) || platform::file_time_of(lastWrite) < writtenSince)
         return false;
 
     return fill(

@@ -11,10 +11,18 @@ constexpr int64_t kFileTimeUnitsPerSecond = 10'000'000;
 
 // Fresh when the last write lies at most maxAgeSeconds back; a time in the future counts as fresh.
 auto is_fresh(int64_t lastWrite, int64_t maxAgeSeconds, int64_t now) -> bool {
-    return now - lastWrite <= maxAgeSeconds * kFileTimeUnitsPerSecond;
+    return lastWrite >= fresh_since(maxAgeSeconds, now);
 }
 
 } // namespace
+
+auto fresh_since(int64_t maxAgeSeconds, int64_t nowFileTime) noexcept -> int64_t {
+    return nowFileTime - maxAgeSeconds * kFileTimeUnitsPerSecond;
+}
+
+auto fresh_since(int64_t maxAgeSeconds) noexcept -> int64_t {
+    return fresh_since(maxAgeSeconds, platform::system_file_time_now());
+}
 
 auto delete_exchange_file(std::wstring_view name) noexcept -> void {
     try {

@@ -21,6 +21,11 @@ auto is_file_fresh(const std::filesystem::path& path, int64_t maxAgeSeconds) noe
 // is_file_fresh of exchange_path(name), without building the path (it runs on every update tick).
 auto is_exchange_file_fresh(std::wstring_view name, int64_t maxAgeSeconds) noexcept -> bool;
 
+// The earliest last-write time (file-time scale) that is fresh for maxAgeSeconds at nowFileTime, and at
+// the system clock's current time.
+auto fresh_since(int64_t maxAgeSeconds, int64_t nowFileTime) noexcept -> int64_t;
+auto fresh_since(int64_t maxAgeSeconds) noexcept -> int64_t;
+
 // is_file_fresh and is_exchange_file_fresh against a given current time on the file-time scale (100 ns
 // since 1601).
 auto is_file_fresh_at(const std::filesystem::path& path, int64_t maxAgeSeconds, int64_t nowFileTime) noexcept

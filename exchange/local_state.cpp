@@ -11,7 +11,7 @@ namespace korvath {
 
 namespace {
 
-constexpr const wchar_t* kLocalStateFile = L"local_state.tsv";
+constexpr std::wstring_view kLocalStateFile = L"local_state.tsv";
 constexpr int64_t kMaxAgeSeconds = 3;
 // Only the first line counts; one longer than this is no pose, and the rest of the file is never read.
 constexpr std::size_t kMaxFirstLineBytes = std::size_t{1} << 20;
@@ -26,11 +26,8 @@ auto is_local_state_fresh() -> bool {
 
 auto read_local_state(LocalPlayerState& out) -> bool {
     try {
-        const std::filesystem::path path = exchange_path(kLocalStateFile);
-        if (!is_file_fresh(path, kMaxAgeSeconds))
-            return false;
         FileReadBuffer file(kMaxFirstLineBytes);
-        if (!file.read(path))
+        if (!file.read(exchangeDirectory, kLocalStateFile, fresh_since(kMaxAgeSeconds)))
             return false;
 
         const std::string_view bytes = file.bytes();

@@ -1,5 +1,8 @@
 #include "exchange/platform.hpp"
 
+#include "exchange/file_time_posix.hpp"
+#include "exchange/joined_path.hpp"
+
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
@@ -13,12 +16,6 @@ namespace korvath::platform {
 namespace {
 
 constexpr std::size_t kPathBufferSize = 32768;
-// Seconds from 1601-01-01 to 1970-01-01.
-constexpr int64_t kUnixEpochInFileTimeSeconds = 11644473600;
-
-auto to_file_time(const timespec& ts) -> int64_t {
-    return (static_cast<int64_t>(ts.tv_sec) + kUnixEpochInFileTimeSeconds) * 10'000'000 + ts.tv_nsec / 100;
-}
 
 } // namespace
 
@@ -57,44 +54,24 @@ auto replace_file(const std::filesystem::path& from, const std::filesystem::path
 
 auto last_write_file_time_in(const std::filesystem::path& directory, std::wstring_view name) noexcept
     -> std::optional<int64_t> {
-    const std::string& dir = directory.native();
-    char buffer[kPathBufferSize];
-    std::size_t length = dir.size();
-    const bool needsSeparator = !dir.empty() && dir.back() != '/';
-    if (length + (needsSeparator ? 1 : 0) + name.size() + 1 > sizeof buffer)
+    const JoinedPath path(directory, name);
+    struct stat info;
+    if (!path.c_str() || stat(path.c_str(), &info) != 0)
         return std::nullopt;
-    std::copy(dir.begin(), dir.end(), buffer);
-    if (needsSeparator)
-        buffer[length++] = '/';
-    for (wchar_t c : name) {
-        if (static_cast<uint32_t>(c) >= 0x80 || c == 0) {
-            // Outside ASCII the path's own conversion is needed; it may allocate.
-            try {
-                return last_write_file_time(directory / std::filesystem::path(name));
-            } catch (...) {
-                return std::nullopt;
-            }
-        }
-        buffer[length++] = static_cast<char>(c);
-    }
-    buffer[length] = '\0';
-    struct stat info {};
-    if (stat(buffer, &info) != 0)
-        return std::nullopt;
-    return to_file_time(info.st_mtim);
+    return file_time_of(info.st_mtim);
 }
 
 auto last_write_file_time(const std::filesystem::path& path) -> std::optional<int64_t> {
     struct stat info {};
     if (stat(path.c_str(), &info) != 0)
         return std::nullopt;
-    return to_file_time(info.st_mtim);
+    return file_time_of(info.st_mtim);
 }
 
 auto system_file_time_now() -> int64_t {
     timespec now{};
     clock_gettime(CLOCK_REALTIME, &now);
-    return to_file_time(now);
+    return file_time_of(now);
 }
 
 } // namespace korvath::platform

@@ -1,5 +1,8 @@
 #include "exchange/platform.hpp"
 
+#include "exchange/file_time_windows.hpp"
+#include "exchange/joined_path.hpp"
+
 #define WIN32_LEAN_AND_MEAN
 #include <windows.h>
 
@@ -15,15 +18,11 @@ namespace {
 
 constexpr DWORD kPathBufferSize = 32768;
 
-auto to_file_time(const FILETIME& time) -> int64_t {
-    return static_cast<int64_t>((static_cast<uint64_t>(time.dwHighDateTime) << 32) | time.dwLowDateTime);
-}
-
 auto last_write_of(const wchar_t* path) noexcept -> std::optional<int64_t> {
     WIN32_FILE_ATTRIBUTE_DATA data;
     if (!GetFileAttributesExW(path, GetFileExInfoStandard, &data))
         return std::nullopt;
-    return to_file_time(data.ftLastWriteTime);
+    return file_time_of(data.ftLastWriteTime);
 }
 
 // Renames with POSIX semantics (Windows 10 1809 and later, on NTFS): the target is replaced even while
@@ -143,26 +142,8 @@ auto replace_file(const std::filesystem::path& from, const std::filesystem::path
 
 auto last_write_file_time_in(const std::filesystem::path& directory, std::wstring_view name) noexcept
     -> std::optional<int64_t> {
-    const std::wstring& dir = directory.native();
-    wchar_t buffer[MAX_PATH + 1];
-    const bool needsSeparator = !dir.empty() && !is_separator(dir.back());
-    const std::size_t length = dir.size() + (needsSeparator ? 1 : 0) + name.size();
-    if (name.find(L'\0') != std::wstring_view::npos)
-        return std::nullopt;
-    if (length + 1 > std::size(buffer)) {
-        // A long exchange path needs a heap buffer; short ones, the usual case, allocate nothing.
-        try {
-            return last_write_file_time(directory / std::filesystem::path(name));
-        } catch (...) {
-            return std::nullopt;
-        }
-    }
-    wchar_t* end = std::copy(dir.begin(), dir.end(), buffer);
-    if (needsSeparator)
-        *end++ = L'\\';
-    end = std::copy(name.begin(), name.end(), end);
-    *end = L'\0';
-    return last_write_of(buffer);
+    const JoinedPath path(directory, name);
+    return path.c_str() ? last_write_of(path.c_str()) : std::nullopt;
 }
 
 auto last_write_file_time(const std::filesystem::path& path) -> std::optional<int64_t> {
@@ -172,7 +153,7 @@ auto last_write_file_time(const std::filesystem::path& path) -> std::optional<in
 auto system_file_time_now() -> int64_t {
     FILETIME now;
     GetSystemTimeAsFileTime(&now);
-    return to_file_time(now);
+    return file_time_of(now);
 }
 
 } // namespace korvath::platform

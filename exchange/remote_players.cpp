@@ -11,7 +11,7 @@ namespace korvath {
 
 namespace {
 
-constexpr const wchar_t* kRemotePlayersFile = L"remote_players.tsv";
+constexpr std::wstring_view kRemotePlayersFile = L"remote_players.tsv";
 constexpr int64_t kMaxAgeSeconds = 2;
 // Bytes read per poll at most; only the complete lines within them are looked at.
 constexpr std::size_t kMaxFileBytes = std::size_t{16} << 20;
@@ -40,17 +40,16 @@ auto parse_row_view(std::string_view line, RowView& row) -> bool {
            parse_float_text(fields[4], row.z) && parse_float_text(fields[5], row.yaw);
 }
 
-auto to_record(const RowView& view) -> RemotePlayerState {
-    RemotePlayerState record;
-    record.playerId = view.playerId;
-    record.displayName = view.displayName;
-    record.mapName = view.mapName;
+// Assigned in place, so that a record polled again and again reuses its strings' storage.
+auto assign_record(const RowView& view, RemotePlayerState& record) -> void {
+    record.playerId.assign(view.playerId);
+    record.displayName.assign(view.displayName);
+    record.mapName.assign(view.mapName);
     record.x = view.x;
     record.y = view.y;
     record.z = view.z;
     record.yaw = view.yaw;
     record.valid = true;
-    return record;
 }
 
 } // namespace
@@ -60,7 +59,7 @@ auto parse_remote_player_row(std::string_view line, RemotePlayerState& row) -> b
         RowView view;
         if (!parse_row_view(line, view))
             return false;
-        row = to_record(view);
+        assign_record(view, row);
         return true;
     } catch (...) {
         return false;
@@ -69,11 +68,9 @@ auto parse_remote_player_row(std::string_view line, RemotePlayerState& row) -> b
 
 auto read_remote_players(RemotePlayerState& out) -> bool {
     try {
-        const std::filesystem::path path = exchange_path(kRemotePlayersFile);
-        if (!is_file_fresh(path, kMaxAgeSeconds))
-            return false;
+        // The age is tested on the opened file, which also spares the tick a separate path lookup.
         FileReadBuffer file(kMaxFileBytes);
-        if (!file.read(path))
+        if (!file.read(exchangeDirectory, kRemotePlayersFile, fresh_since(kMaxAgeSeconds)))
             return false;
 
         std::string_view rest = file.bytes();
@@ -91,7 +88,7 @@ auto read_remote_players(RemotePlayerState& out) -> bool {
                 line.remove_suffix(1);
             RowView row;
             if (parse_row_view(line, row)) {
-                out = to_record(row);
+                assign_record(row, out);
                 return true;
             }
         }

@@ -20,8 +20,8 @@ constexpr int64_t kRemotePollInterval = 75'000'000;
 constexpr int64_t kSyncPostInterval = 50'000'000;
 constexpr int64_t kStalenessLimit = 3'000'000'000;
 
-constexpr const wchar_t* kEnableMarker = L"phase5g.enable_once.txt";
-constexpr const wchar_t* kStopMarker = L"phase5g.stop.txt";
+constexpr std::wstring_view kEnableMarker = L"phase5g.enable_once.txt";
+constexpr std::wstring_view kStopMarker = L"phase5g.stop.txt";
 
 // An interval is due when its stamp is unset or at least `interval` has passed.
 auto is_due(int64_t stamp, int64_t now, int64_t interval) -> bool {
@@ -83,11 +83,14 @@ auto run_enable_wait(SessionTimestamps& stamps, int64_t now) -> bool {
     return false;
 }
 
+// The poll's record, kept from poll to poll so that its strings' storage is reused: a poll allocates
+// nothing once the names have been seen. Update thread only.
+RemotePlayerState polled;
+
 auto poll_remote_players(SessionTimestamps& stamps, int64_t now) -> void {
     if (!is_due(stamps.lastRemotePollAt, now, kRemotePollInterval))
         return;
     stamps.lastRemotePollAt = now;
-    RemotePlayerState polled;
     if (read_remote_players(polled)) {
         {
             std::lock_guard lock(remoteStateMutex);

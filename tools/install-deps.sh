@@ -2,7 +2,7 @@
 # Installs the Debian packages the build needs, when any is missing. Safe to run again.
 set -euo pipefail
 
-packages=(cmake ninja-build g++ make binutils libgtest-dev libgmock-dev libfmt-dev libbenchmark-dev clang-format
+packages=(cmake ninja-build g++ make binutils libgtest-dev libgmock-dev libfmt-dev libbenchmark-dev libcli11-dev clang-format
     g++-mingw-w64-x86-64-posix googletest wine wine64 libasio-dev libsodium-dev)
 missing=()
 for package in "${packages[@]}"; do

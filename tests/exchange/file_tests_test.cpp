@@ -49,6 +49,10 @@ TEST_F(FileTests, ExistenceAndDeletion) {
     delete_exchange_file(L"phase5g.stop.txt");
     EXPECT_FALSE(exchange_file_exists(L"phase5g.stop.txt"));
     EXPECT_NO_THROW(delete_exchange_file(L"phase5g.stop.txt")); // missing: quiet
+
+    // A name with a NUL is no name, never the shorter one before it.
+    write_file(exchangeDirectory / "a", "");
+    EXPECT_FALSE(exchange_file_exists(std::wstring_view(L"a\0b", 3)));
 }
 
 TEST_F(FileTests, ExchangePathJoinsOnce) {

@@ -1,6 +1,6 @@
-// The two paths that run all the time once the engine is ready, the idle update tick and the idle
-// ProcessEvent callback, allocate nothing. This program replaces the global operator new with one that
-// counts while a test asks it to, so it runs apart from the other tests.
+// The paths that run all the time once the engine is ready, the idle update tick, the idle ProcessEvent
+// callback and the tick that polls the remote table, allocate nothing. This program replaces the global
+// operator new with one that counts while a test asks it to, so it runs apart from the other tests.
 
 #pragma GCC diagnostic ignored "-Wmismatched-new-delete" // new and delete here both use malloc and free
 
@@ -13,6 +13,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <new>
@@ -72,6 +73,22 @@ TEST(Allocation, TheIdleTickAfterTheEngineIsReadyAndTheIdleCallbackAllocateNothi
     standin::engine().reset();
     standin::engine().register_pre_callback(&on_game_thread_process_event);
     EXPECT_EQ(allocations_of([] { standin::engine().process_event(); }), 0);
+
+    // Every tick a poll of a fresh table whose names pass the strings' inline storage, and a post.
+    std::FILE* table = std::fopen((exchangeDirectory / "remote_players.tsv").c_str(), "w");
+    ASSERT_TRUE(table);
+    std::fputs(
+        "player-with-a-long-identifier\tKESTREN CLIENT B OF THE NORTH\t1\t2\t3\t90\tMap_North_Sector\n",
+        table);
+    std::fclose(table);
+    sessionEnabled.store(true);
+    EXPECT_EQ(allocations_of([&] {
+                  now += 75'000'000;
+                  stamps.lastHeartbeatAt = stamps.lastStatusReportAt = now; // the reports stay apart
+                  run_host_tick(stamps, now);
+              }),
+              0);
+    EXPECT_TRUE(remoteFresh.load());
     std::filesystem::remove_all(pattern);
 }
 

@@ -5,6 +5,7 @@
 #include "exchange/local_state.hpp"
 #include "exchange/remote_players.hpp"
 #include "support/test_support.hpp"
+#include "tools/platform/os.hpp"
 #include "tools/session/command_line.hpp"
 #include "tools/session/demo/child_process.hpp"
 #include "tools/session/exchange/client_snapshot.hpp"
@@ -59,34 +60,68 @@ TEST(SessionToolAgainstMod, TheModReadsLocalStatesAndRelayedRowsAsTheToolDoes) {
     }
 }
 
-// What the process tests do not reach: both option spellings, options among the folders, the mistakes.
+// What the process tests do not reach: both option spellings, options among the folders, the help of
+// each subcommand, and the mistakes with the subcommand whose help the error suggests.
 TEST(SessionToolCommandLine, ValidLinesParseAndBadOnesNameTheProblem) {
     auto parse = [](std::vector<std::string_view> args) { return tool::parse_command_line(args); };
     const auto relay = parse({"relay", "A", "--hz", "1000", "B", "--duration=0.25"});
-    EXPECT_EQ(std::tie(relay.hz, relay.duration, relay.gameDirs, relay.predict),
-              std::make_tuple(1000, std::chrono::nanoseconds(250ms), std::vector<fs::path>{"A", "B"}, true));
+    EXPECT_EQ(std::tie(relay.kind, relay.hz, relay.duration, relay.gameDirs, relay.predict),
+              std::make_tuple(tool::CommandKind::Relay, 1000, std::chrono::nanoseconds(250ms),
+                              std::vector<fs::path>{"A", "B"}, true));
     EXPECT_FALSE(parse({"relay", "--no-predict", "A", "B"}).predict);
+    EXPECT_EQ(parse({"watch", "A", "/b", "C"}).gameDirs, (std::vector<fs::path>{"A", "/b", "C"}));
+    EXPECT_EQ(parse({"role", "G", "CLIENT_B"}).role, tool::ClientRole::ClientB);
     const auto demo = parse({"demo", "--keep", "--dir=/tmp/d", "--quick"});
     EXPECT_TRUE(demo.kind == tool::CommandKind::Demo && demo.demo.keep && demo.demo.quick &&
-                demo.demo.dir == "/tmp/d" && demo.demo.predict);
+                demo.demo.dir == "/tmp/d" && demo.demo.predict && !demo.demo.straight);
     EXPECT_FALSE(parse({"demo", "--no-predict"}).demo.predict);
-    EXPECT_EQ(parse({"demo", "--dir", "x", "--help"}).kind, tool::CommandKind::DemoHelp);
+    EXPECT_EQ(parse({"--version"}).kind, tool::CommandKind::Version);
 
-    const std::pair<std::vector<std::string_view>, std::string> bad[] = {
-        {{"launch", "A"}, "unknown subcommand 'launch'"},
-        {{"role", "G", "client_b"}, "unknown role 'client_b'"},
-        {{"relay", "A", "B", "--hz", "1001"}, "--hz must be a whole number from 1 to 1000, got '1001'"},
-        {{"relay", "A", "B", "--hz", "20x"}, "got '20x'"},
-        {{"relay", "A", "B", "--hz"}, "option --hz needs a value"},
-        {{"relay", "A", "B", "--hz", "5", "--hz=6"}, "option --hz given twice"},
+    // Help wins over a bad value next to it, and each help names what its command takes.
+    const std::pair<std::vector<std::string_view>, std::vector<std::string>> helps[] = {
+        {{"--help"}, {"role", "enable", "stop", "resume", "relay", "watch", "demo", "Exit codes"}},
+        {{"relay", "A", "B", "--hz", "5000", "-h"}, {"DIR_A", "DIR_B", "--hz", "--duration", "--no-predict"}},
+        {{"demo", "--dir", "x", "--help"},
+         {"--keep", "--quick", "--straight", "remote-player-stale", "130"}}};
+    for (const auto& [args, texts] : helps) {
+        const auto help = parse(args);
+        ASSERT_EQ(help.kind, tool::CommandKind::Help) << args[0];
+        for (const auto& text : texts)
+            EXPECT_THAT(help.helpText, HasSubstr(text));
+    }
+
+    const std::tuple<std::vector<std::string_view>, std::string, std::string> bad[] = {
+        {{}, "missing subcommand", ""},
+        {{"launch", "A"}, "unknown subcommand 'launch'", ""},
+        {{"--bogus"}, "--bogus", ""},
+        {{"role", "G", "client_b"}, "unknown role 'client_b'", "role"},
+        {{"enable"}, "DIR", "enable"},
+        {{"stop", "A", "B"}, "B", "stop"},
+        {{"relay", "A"}, "DIR_B", "relay"},
+        {{"relay", "A", "B", "--hz", "1001"},
+         "--hz must be a whole number from 1 to 1000, got '1001'",
+         "relay"},
+        {{"relay", "A", "B", "--hz", "20x"}, "got '20x'", "relay"},
+        {{"relay", "A", "B", "--hz"}, "--hz", "relay"},
+        {{"relay", "A", "B", "--hz", "5", "--hz=6"}, "--hz", "relay"},
         {{"relay", "A", "B", "--duration", "inf"},
-         "--duration must be a number of seconds from 0 to 100000000"},
-        {{"watch", "A", "--hz", "5"}, "option --hz does not apply to watch"},
-        {{"watch", "A", "--no-predict"}, "unknown option '--no-predict'"},
-        {{"relay", "A", "B", "--no-predict=0"}, "option --no-predict takes no value"},
-        {{"demo", "A"}, "demo takes no arguments besides its options, got 'A'"}};
-    for (const auto& [args, message] : bad)
-        EXPECT_THAT([&] { parse(args); }, ::testing::ThrowsMessage<tool::UsageError>(HasSubstr(message)));
+         "--duration must be a number of seconds from 0 to 100000000",
+         "relay"},
+        {{"watch", "A", "--hz", "5"}, "--hz", "watch"},
+        {{"watch", "A", "--no-predict"}, "--no-predict", "watch"},
+        {{"relay", "A", "B", "--no-predict=0"}, "no-predict", "relay"},
+        {{"demo", "--dir", ""}, "option --dir needs a directory", "demo"},
+        {{"demo", "--dir="}, "--dir", "demo"},
+        {{"demo", "A"}, "A", "demo"}};
+    for (const auto& [args, message, subcommand] : bad) {
+        try {
+            parse(args);
+            ADD_FAILURE() << message;
+        } catch (const tool::UsageError& error) {
+            EXPECT_THAT(error.what(), HasSubstr(message));
+            EXPECT_EQ(error.subcommand(), subcommand) << message;
+        }
+    }
 }
 
 // The relay process test shows the row itself; here the outcomes that leave the other file alone.
@@ -100,7 +135,7 @@ TEST(SessionToolRelayLink, RelaysOnlyAFreshValidLocalStateAndLeavesTheOtherFileA
     EXPECT_FALSE(fs::exists(remote));
 
     write_file(local, "1\t2\t3\t4\tMap_B\n");
-    const auto written = fs::last_write_time(local);
+    const auto written = *os::last_write_time(local);
     EXPECT_EQ(tool::relay_local_state(link, written + 3s), tool::RelayOutcome::Relayed);
     write_file(remote, "earlier row\n");
     EXPECT_EQ(tool::relay_local_state(link, written + 3s + 1ns), tool::RelayOutcome::Stale);
@@ -132,9 +167,11 @@ TEST(ToolProcess, BothToolsAnswerAndExitTwoOnABadArgument) {
     const fs::path dir = scratch_dir("smoke"), game = dir / "Game";
     const std::tuple<fs::path, std::vector<std::string>, int, std::string> cases[] = {
         {kSim, {"--version"}, 0, "korvath-sim 0."},
-        {kSim, {"--game-dir", game.string(), "--bogus"}, 2, "'--bogus'"},
+        {kSim, {"--game-dir", game.string(), "--bogus"}, 2, "--bogus"},
+        {kSim, {"--help"}, 0, "--world-log FILE"},
         {kSession, {"--help"}, 0, "korvath-session"},
         {kSession, {}, 2, "missing subcommand"},
+        {kSession, {"relay", "A", "B", "--hz", "0"}, 2, "Try 'korvath-session relay --help'"},
         {kSession, {"relay", dir.string(), dir.string() + "-other"}, 2, "does not exist"},
         {kSession, {"relay", dir.string(), dir.string()}, 2, "two different game folders"}};
     for (const auto& [program, args, code, output] : cases) {

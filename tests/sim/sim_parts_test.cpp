@@ -35,7 +35,7 @@ TEST(SimOptions, EveryFlagTakesBothSpellings) {
                                "--process-event-hz", "0", "--duration", "0.5", "--pawn", "1,-2,3.5,90",
                                "--engine", "4.27", "--walk", "waypoints:1,2;3,4@50", "--no-local-state",
                                "--fail", "controller=throw-unknown@3", "--fail=spawn=missing"});
-    ASSERT_EQ(parsed.action, ParsedCommandLine::Action::Run) << parsed.error;
+    ASSERT_EQ(parsed.action, ParsedCommandLine::Action::Run) << parsed.text;
     const sim::SimOptions& o = parsed.options;
     EXPECT_EQ(o.gameDir, fs::absolute("/games/b"));
     EXPECT_EQ(std::tie(o.tickMs, o.processEventHz, o.pawn.y, o.pawn.yaw, o.walk.speed),
@@ -49,13 +49,29 @@ TEST(SimOptions, EveryFlagTakesBothSpellings) {
     EXPECT_EQ(std::tie(o.faults[0].fault.fromCall, o.faults[1].fault.fromCall), std::make_tuple(3u, 1u));
 }
 
-// Each bad argument ("FLAG[ VALUE]") is named in the error by its flag.
+// Each bad argument ("FLAG[ VALUE]") is named in the error by its flag (a flag given a value, without its
+// dashes).
 TEST(SimOptions, BadArgumentsAreNamed) {
-    for (const std::string bad :
-         {"--tick-ms 0", "--tick-ms", "--duration 1s", "--duration nan", "--ready-after -1", "--pawn 1,2,3",
-          "--process-event-hz 2000000", "--engine 5", "--engine 6.0", "--map Map A", "--walk circle:0,10",
-          "--walk line:1", "--walk waypoints:1,2;3", "--walk waypoints:1,2@0", "--fail pawn",
-          "--fail pawn=throw@0", "--fail laser=throw", "--no-local-state=1", "stray"}) {
+    for (const std::string bad : {"--tick-ms 0",
+                                  "--tick-ms",
+                                  "--duration 1s",
+                                  "--duration nan",
+                                  "--ready-after -1",
+                                  "--pawn 1,2,3",
+                                  "--process-event-hz 2000000",
+                                  "--engine 5",
+                                  "--engine 6.0",
+                                  "--map Map A",
+                                  "--walk circle:0,10",
+                                  "--walk line:1",
+                                  "--walk waypoints:1,2;3",
+                                  "--walk waypoints:1,2@0",
+                                  "--fail pawn",
+                                  "--fail pawn=throw@0",
+                                  "--fail laser=throw",
+                                  "--no-local-state=1",
+                                  "--game-dir /h",
+                                  "stray"}) {
         const std::size_t blank = bad.find(' ');
         const std::string flag = bad.substr(0, blank), value = blank == bad.npos ? "" : bad.substr(blank + 1);
         std::vector<const char*> args{"--game-dir", "/g", flag.c_str()};
@@ -63,9 +79,11 @@ TEST(SimOptions, BadArgumentsAreNamed) {
             args.push_back(value.c_str());
         const auto parsed = parse(args);
         EXPECT_EQ(parsed.action, ParsedCommandLine::Action::Error) << bad;
-        EXPECT_THAT(parsed.error, HasSubstr(flag.substr(0, flag.find('='))));
+        EXPECT_THAT(parsed.text, HasSubstr(flag.substr(flag.find_first_not_of('-'), flag.find('=') - 2)));
     }
-    EXPECT_THAT(parse({"--duration", "1"}).error, HasSubstr("--game-dir"));
+    EXPECT_THAT(parse({"--duration", "1"}).text, HasSubstr("--game-dir"));
+    EXPECT_EQ(parse({"--tick-ms", "0", "--help"}).action, ParsedCommandLine::Action::Help);
+    EXPECT_EQ(parse({"--version"}).action, ParsedCommandLine::Action::Version);
 }
 
 // Walks `seconds` in steps of 1/60 s and returns where the displacements lead from `from`.

@@ -46,6 +46,11 @@ auto open_file(const std::filesystem::path& path, const char* mode) -> std::FILE
 // mod's replacement of a report fail.
 auto read_shared(const std::filesystem::path& path) -> std::optional<std::string>;
 
+// The file's last-write time at the file system's full resolution, and setting it; nothing or false when
+// the file cannot be reached. (std::filesystem::last_write_time keeps whole seconds only on Windows.)
+auto last_write_time(const std::filesystem::path& path) -> std::optional<std::filesystem::file_time_type>;
+auto set_last_write_time(const std::filesystem::path& path, std::filesystem::file_time_type time) -> bool;
+
 // The local calendar time of `time`.
 auto local_time(std::time_t time) -> std::tm;
 

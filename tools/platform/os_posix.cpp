@@ -69,6 +69,18 @@ auto read_shared(const std::filesystem::path& path) -> std::optional<std::string
     return content;
 }
 
+auto last_write_time(const std::filesystem::path& path) -> std::optional<std::filesystem::file_time_type> {
+    std::error_code error;
+    const auto time = std::filesystem::last_write_time(path, error);
+    return error ? std::nullopt : std::optional(time);
+}
+
+auto set_last_write_time(const std::filesystem::path& path, std::filesystem::file_time_type time) -> bool {
+    std::error_code error;
+    std::filesystem::last_write_time(path, time, error);
+    return !error;
+}
+
 auto local_time(std::time_t time) -> std::tm {
     std::tm parts{};
     localtime_r(&time, &parts);

@@ -5,6 +5,8 @@
 #define WIN32_LEAN_AND_MEAN
 #include <windows.h>
 
+#include <chrono>
+#include <cstdint>
 #include <cstdlib>
 #include <fcntl.h>
 #include <io.h>
@@ -91,6 +93,41 @@ auto read_shared(const std::filesystem::path& path) -> std::optional<std::string
     if (!ok)
         return std::nullopt;
     return content;
+}
+
+namespace {
+
+// FILETIME counts 100-ns units from 1601-01-01; the system clock counts from 1970-01-01.
+constexpr int64_t kUnixEpochInFileTimeUnits = 116444736000000000;
+using FileTimeUnits = std::chrono::duration<int64_t, std::ratio<1, 10'000'000>>;
+
+} // namespace
+
+auto last_write_time(const std::filesystem::path& path) -> std::optional<std::filesystem::file_time_type> {
+    WIN32_FILE_ATTRIBUTE_DATA data;
+    if (!GetFileAttributesExW(path.c_str(), GetFileExInfoStandard, &data))
+        return std::nullopt;
+    const auto units =
+        static_cast<int64_t>((static_cast<uint64_t>(data.ftLastWriteTime.dwHighDateTime) << 32) |
+                             data.ftLastWriteTime.dwLowDateTime);
+    const std::chrono::sys_time<FileTimeUnits> system{FileTimeUnits(units - kUnixEpochInFileTimeUnits)};
+    return std::chrono::file_clock::from_sys(system);
+}
+
+auto set_last_write_time(const std::filesystem::path& path, std::filesystem::file_time_type time) -> bool {
+    const auto system = std::chrono::file_clock::to_sys(time);
+    const auto units =
+        static_cast<uint64_t>(std::chrono::duration_cast<FileTimeUnits>(system.time_since_epoch()).count() +
+                              kUnixEpochInFileTimeUnits);
+    const FILETIME written{static_cast<DWORD>(units), static_cast<DWORD>(units >> 32)};
+    const HANDLE file = CreateFileW(path.c_str(), FILE_WRITE_ATTRIBUTES,
+                                    FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                    OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+    if (file == INVALID_HANDLE_VALUE)
+        return false;
+    const bool set = SetFileTime(file, nullptr, nullptr, &written);
+    CloseHandle(file);
+    return set;
 }
 
 auto local_time(std::time_t time) -> std::tm {

@@ -1,10 +1,10 @@
 #include "tools/session/command_line.hpp"
 
+#include "tools/cli/cli_app.hpp"
 #include "tools/platform/os.hpp"
 
 #include <charconv>
 #include <cmath>
-#include <string>
 
 namespace korvath::session_tool {
 
@@ -15,36 +15,18 @@ namespace {
 constexpr int kMaxHz = 1000;
 constexpr double kMaxDurationSeconds = 1.0e8;
 
-struct Subcommand {
-    std::string_view name;
-    CommandKind kind;
-    std::size_t minFolders;
-    std::size_t maxFolders; // role's second positional is its role, counted here
-    bool takesHz;
-    bool takesDuration;
-    std::string_view shape;
-};
-
-constexpr Subcommand kSubcommands[] = {
-    {"role", CommandKind::Role, 2, 2, false, false, "role DIR CLIENT_A|CLIENT_B"},
-    {"enable", CommandKind::Enable, 1, 1, false, false, "enable DIR"},
-    {"stop", CommandKind::Stop, 1, 1, false, false, "stop DIR"},
-    {"resume", CommandKind::Resume, 1, 1, false, false, "resume DIR"},
-    {"relay", CommandKind::Relay, 2, 2, true, true,
-     "relay DIR_A DIR_B [--hz N] [--duration S] [--no-predict]"},
-    {"watch", CommandKind::Watch, 1, SIZE_MAX, false, true, "watch DIR... [--duration S]"},
-};
-
 auto in_quotes(std::string_view text) -> std::string {
     return "'" + std::string(text) + "'";
 }
 
-auto parse_hz(std::string_view text) -> int {
+// A whole number of `option` within [min, max]; decimal digits only.
+auto parse_whole_number(std::string_view option, std::string_view text, int min, int max) -> int {
     int value = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (text.empty() || error != std::errc{} || end != text.data() + text.size() || value < 1 ||
-        value > kMaxHz)
-        throw UsageError("--hz must be a whole number from 1 to 1000, got " + in_quotes(text));
+    if (text.empty() || error != std::errc{} || end != text.data() + text.size() || value < min ||
+        value > max)
+        throw UsageError(std::string(option) + " must be a whole number from " + std::to_string(min) +
+                         " to " + std::to_string(max) + ", got " + in_quotes(text));
     return value;
 }
 
@@ -66,109 +48,169 @@ auto parse_role(std::string_view text) -> ClientRole {
     throw UsageError("unknown role " + in_quotes(text) + " (expected CLIENT_A or CLIENT_B)");
 }
 
-// The demo has options of its own and no game folders.
-auto parse_demo_command(std::span<const std::string_view> args) -> Command {
-    Command command{.kind = CommandKind::Demo};
-    for (std::size_t index = 0; index < args.size(); ++index) {
-        const std::string_view arg = args[index];
-        const std::size_t equals = arg.find('=');
-        const std::string_view name = arg.substr(0, equals);
-        if (name == "--help" || name == "-h")
-            return {.kind = CommandKind::DemoHelp};
-        if (!arg.starts_with("--"))
-            throw UsageError("demo takes no arguments besides its options, got " + in_quotes(arg));
-        if (name == "--keep" || name == "--quick" || name == "--no-predict" || name == "--straight") {
-            if (equals != std::string_view::npos)
-                throw UsageError("option " + std::string(name) + " takes no value");
-            if (name == "--no-predict")
-                command.demo.predict = false;
-            else if (name == "--straight")
-                command.demo.straight = true;
-            else
-                (name == "--keep" ? command.demo.keep : command.demo.quick) = true;
-            continue;
-        }
-        if (name != "--dir")
-            throw UsageError("unknown demo option " + in_quotes(name));
-        std::string_view value;
-        if (equals != std::string_view::npos)
-            value = arg.substr(equals + 1);
-        else if (index + 1 < args.size())
-            value = args[++index];
-        if (value.empty())
-            throw UsageError("option --dir needs a directory");
-        if (command.demo.dir)
-            throw UsageError("option --dir given twice");
-        command.demo.dir = os::utf8_path(value);
-    }
-    return command;
+// A subcommand that makes `command` of `kind` when given.
+auto add_command(CLI::App& app, Command& command, std::string name, CommandKind kind, std::string description)
+    -> CLI::App& {
+    CLI::App& sub = *app.add_subcommand(std::move(name), std::move(description));
+    cli::add_help_flag(sub);
+    sub.callback([&command, kind] { command.kind = kind; });
+    return sub;
+}
+
+// A game folder, appended to the command's in the order given.
+auto add_folder(CLI::App& sub, Command& command, std::string name, std::string help) -> void {
+    sub.add_option_function<std::string>(
+           std::move(name),
+           [&command](const std::string& dir) { command.gameDirs.push_back(os::utf8_path(dir)); },
+           std::move(help))
+        ->required()
+        ->type_name("");
+}
+
+auto add_duration(CLI::App& sub, Command& command) -> void {
+    sub.add_option_function<std::string>(
+           "--duration", [&command](const std::string& value) { command.duration = parse_duration(value); },
+           "stop after S seconds (default: run until SIGINT or SIGTERM)")
+        ->type_name("S");
+}
+
+// Every subcommand and its options. A new subcommand: a CommandKind, an add_command here with its
+// options writing into `command`, and its case in the program's run().
+auto define_commands(CLI::App& app, Command& command) -> void {
+    auto& role = add_command(app, command, "role", CommandKind::Role,
+                             "write the role file (read by the mod when it loads)");
+    add_folder(role, command, "DIR", "game folder");
+    role.add_option_function<std::string>(
+            "ROLE", [&command](const std::string& value) { command.role = parse_role(value); },
+            "CLIENT_A or CLIENT_B")
+        ->required()
+        ->type_name("");
+
+    add_folder(add_command(app, command, "enable", CommandKind::Enable,
+                           "place the enable marker: ask for one proxy session"),
+               command, "DIR", "game folder");
+    add_folder(add_command(app, command, "stop", CommandKind::Stop,
+                           "place the stop marker: end the session, destroy the proxy"),
+               command, "DIR", "game folder");
+    add_folder(add_command(app, command, "resume", CommandKind::Resume, "remove the stop marker"), command,
+               "DIR", "game folder");
+
+    auto& relay = add_command(app, command, "relay", CommandKind::Relay,
+                              "write each side's fresh local state into the other side's\n"
+                              "remote_players.tsv, N times a second (1..1000), predicted\n"
+                              "ahead to where the proxy will show it (default 100 Hz); with\n"
+                              "--no-predict the pose as it is (default 20 Hz)");
+    add_folder(relay, command, "DIR_A", "one game folder");
+    add_folder(relay, command, "DIR_B", "the other game folder");
+    relay
+        .add_option_function<std::string>(
+            "--hz",
+            [&command](const std::string& value) {
+                command.hz = parse_whole_number("--hz", value, 1, kMaxHz);
+            },
+            "rows written per second, 1 to 1000 (default 100, with --no-predict 20)")
+        ->type_name("N");
+    add_duration(relay, command);
+    relay.add_flag_callback(
+        "--no-predict", [&command] { command.predict = false; },
+        "relay each pose as it is instead of predicting it");
+
+    auto& watch = add_command(app, command, "watch", CommandKind::Watch,
+                              "live view of each client's heartbeat, status and reports");
+    watch
+        .add_option_function<std::vector<std::string>>(
+            "DIR",
+            [&command](const std::vector<std::string>& dirs) {
+                for (const auto& dir : dirs)
+                    command.gameDirs.push_back(os::utf8_path(dir));
+            },
+            "game folders, one or more")
+        ->required()
+        ->type_name("");
+    add_duration(watch, command);
+
+    auto& demo = add_command(app, command, "demo", CommandKind::Demo,
+                             "two simulated games in a whole session, shown live; writes a\n"
+                             "plot (see 'korvath-session demo --help')");
+    demo.footer(
+        "Runs two simulated games side by side with the mod, CLIENT_A walking a circle and CLIENT_B\n"
+        "standing, relays each one's pose to the other, and shows the session live:\n"
+        "  1. both games start; CLIENT_B moves its pawn 800 units aside 2 s after its engine is ready;\n"
+        "  2. each session starts after the enable marker and 7 s of fresh local state; each game\n"
+        "     spawns a proxy of the other player;\n"
+        "  3. the proxies follow for 6 s (B's proxy of A trails A's walk);\n"
+        "  4. a stop marker in CLIENT_A: A's proxy is destroyed as \"kill-switch\";\n"
+        "  5. the relay to CLIENT_B stops: B's proxy of A is destroyed as \"remote-player-stale\"\n"
+        "     (the remote row goes stale after 2 s, the proxy 3 s later).\n"
+        "Then it stops both games, prints a summary and writes demo.svg: A's path and B's proxy of A\n"
+        "in the x/y plane, and their distance over time. About 21 s in all.\n"
+        "\n"
+        "Exit codes: 0 the session went as expected, 1 it did not (the reason is printed),\n"
+        "2 bad arguments, 130 interrupted (Ctrl-C); the games are stopped in every case.");
+    demo.add_option_function<std::string>(
+            "--dir",
+            [&command](const std::string& value) {
+                if (value.empty())
+                    throw UsageError("option --dir needs a directory");
+                command.demo.dir = os::utf8_path(value);
+            },
+            "work in DIR (created when missing; empty or from an earlier demo)\n"
+            "instead of a fresh temporary directory")
+        ->type_name("DIR");
+    demo.add_flag("--keep", command.demo.keep,
+                  "keep the two game folders (client-a/, client-b/: the installed\n"
+                  "game and mod and their exchange files); the plot, the world logs\n"
+                  "and the game logs always stay");
+    demo.add_flag("--quick", command.demo.quick, "follow for 4 s instead of 6 s (about 19 s in all)");
+    demo.add_flag_callback(
+        "--no-predict", [&command] { command.demo.predict = false; },
+        "relay each pose as it is, 20 times a second, instead of predicting\n"
+        "where the player will be when the proxy shows it, 100 times a second");
+    demo.add_flag("--straight", command.demo.straight,
+                  "CLIENT_A walks along x and stops dead 12 s after its start, in the\n"
+                  "following phase; the summary tells how far B's proxy of A overshoots\n"
+                  "and how soon it settles within 1 unit");
+    demo.add_flag("--compare", command.demo.compare,
+                  "CLIENT_B walks as CLIENT_A does, and the relay predicts A's pose for\n"
+                  "B but passes B's on to A as it is (20 times a second): one run shows\n"
+                  "both trails, B's proxy of A with prediction and A's proxy of B without");
 }
 
 } // namespace
 
 auto parse_command_line(std::span<const std::string_view> args) -> Command {
-    if (!args.empty() && args[0] == "demo")
-        return parse_demo_command(args.subspan(1));
-    for (const auto arg : args)
-        if (arg == "--help" || arg == "-h")
-            return {.kind = CommandKind::Help};
-    if (args.empty())
-        throw UsageError("missing subcommand");
-    if (args[0] == "--version")
+    CLI::App app("The outside session process of KorvathOnlineCpp. DIR is a game folder (the folder of the\n"
+                 "game's executable); its exchange files lie in DIR/KorvathOnline, created when missing.",
+                 "korvath-session");
+    cli::configure_app(app, 30);
+    app.footer("relay and watch run until SIGINT/SIGTERM, or for S seconds. Each subcommand's arguments:\n"
+               "korvath-session SUBCOMMAND --help.\n"
+               "Exit codes: 0 done, 1 a file could not be written, 2 bad arguments.");
+    const CLI::Option* version = app.add_flag("--version")->description("print the version and exit");
+    Command command;
+    define_commands(app, command);
+
+    const auto subcommand = [&app] {
+        const auto parsed = app.get_subcommands();
+        return parsed.empty() ? std::string() : parsed.front()->get_name();
+    };
+    try {
+        cli::parse(app, args);
+    } catch (const CLI::CallForHelp&) {
+        return {.kind = CommandKind::Help, .helpText = app.help()};
+    } catch (const CLI::ExtrasError& error) {
+        if (subcommand().empty() && !args.empty() && !args[0].starts_with('-'))
+            throw UsageError("unknown subcommand " + in_quotes(args[0]));
+        throw UsageError(error.what(), subcommand());
+    } catch (const CLI::ParseError& error) {
+        throw UsageError(error.what(), subcommand());
+    } catch (const UsageError& error) {
+        throw UsageError(error.what(), subcommand());
+    }
+    if (*version)
         return {.kind = CommandKind::Version};
-
-    const Subcommand* sub = nullptr;
-    for (const auto& candidate : kSubcommands)
-        if (candidate.name == args[0])
-            sub = &candidate;
-    if (!sub)
-        throw UsageError("unknown subcommand " + in_quotes(args[0]));
-
-    Command command{.kind = sub->kind};
-    bool hzSeen = false;
-    std::vector<std::string_view> positionals;
-    for (std::size_t index = 1; index < args.size(); ++index) {
-        const std::string_view arg = args[index];
-        if (!arg.starts_with("--")) {
-            positionals.push_back(arg);
-            continue;
-        }
-        const std::size_t equals = arg.find('=');
-        const std::string_view name = arg.substr(0, equals);
-        if (name == "--no-predict" && sub->kind == CommandKind::Relay) {
-            if (equals != std::string_view::npos)
-                throw UsageError("option --no-predict takes no value");
-            command.predict = false;
-            continue;
-        }
-        if (name != "--hz" && name != "--duration")
-            throw UsageError("unknown option " + in_quotes(name));
-        if ((name == "--hz" && !sub->takesHz) || (name == "--duration" && !sub->takesDuration))
-            throw UsageError("option " + std::string(name) + " does not apply to " + std::string(sub->name));
-        std::string_view value;
-        if (equals != std::string_view::npos)
-            value = arg.substr(equals + 1);
-        else if (index + 1 < args.size())
-            value = args[++index];
-        else
-            throw UsageError("option " + std::string(name) + " needs a value");
-        if ((name == "--hz" && hzSeen) || (name == "--duration" && command.duration))
-            throw UsageError("option " + std::string(name) + " given twice");
-        if (name == "--hz") {
-            command.hz = parse_hz(value);
-            hzSeen = true;
-        } else {
-            command.duration = parse_duration(value);
-        }
-    }
-    if (positionals.size() < sub->minFolders || positionals.size() > sub->maxFolders)
-        throw UsageError("wrong number of arguments; usage: korvath-session " + std::string(sub->shape));
-    if (sub->kind == CommandKind::Role) {
-        command.role = parse_role(positionals[1]);
-        positionals.pop_back();
-    }
-    for (const auto positional : positionals)
-        command.gameDirs.push_back(os::utf8_path(positional));
+    if (subcommand().empty())
+        throw UsageError("missing subcommand");
     return command;
 }
 
@@ -183,31 +225,6 @@ auto check_game_folders(const Command& command) -> void {
         if (fs::equivalent(command.gameDirs[0], command.gameDirs[1], error))
             throw UsageError("relay needs two different game folders");
     }
-}
-
-auto usage_text() -> std::string_view {
-    return "usage: korvath-session SUBCOMMAND ...\n"
-           "\n"
-           "The outside session process of KorvathOnlineCpp. DIR is a game folder (the folder of the\n"
-           "game's executable); its exchange files lie in DIR/KorvathOnline, created when missing.\n"
-           "\n"
-           "  role DIR CLIENT_A|CLIENT_B   write the role file (read by the mod when it loads)\n"
-           "  enable DIR                   place the enable marker: ask for one proxy session\n"
-           "  stop DIR                     place the stop marker: end the session, destroy the proxy\n"
-           "  resume DIR                   remove the stop marker\n"
-           "  relay DIR_A DIR_B [--hz N] [--duration S] [--no-predict]\n"
-           "                               write each side's fresh local state into the other side's\n"
-           "                               remote_players.tsv, N times a second (1..1000), predicted\n"
-           "                               ahead to where the proxy will show it (default 100 Hz); with\n"
-           "                               --no-predict the pose as it is (default 20 Hz)\n"
-           "  watch DIR... [--duration S]  live view of each client's heartbeat, status and reports\n"
-           "  demo [--dir DIR] [--keep] [--quick] [--no-predict] [--straight]\n"
-           "                               two simulated games in a whole session, shown live; writes a\n"
-           "                               plot (see 'korvath-session demo --help')\n"
-           "  --help, --version\n"
-           "\n"
-           "relay and watch run until SIGINT/SIGTERM, or for S seconds.\n"
-           "Exit codes: 0 done, 1 a file could not be written, 2 bad arguments.\n";
 }
 
 } // namespace korvath::session_tool

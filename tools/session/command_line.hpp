@@ -9,15 +9,17 @@
 #include <optional>
 #include <span>
 #include <stdexcept>
+#include <string>
 #include <string_view>
 #include <vector>
 
 namespace korvath::session_tool {
 
-enum class CommandKind { Help, Version, Role, Enable, Stop, Resume, Relay, Watch, Demo, DemoHelp };
+enum class CommandKind { Help, Version, Role, Enable, Stop, Resume, Relay, Watch, Demo };
 
 struct Command {
     CommandKind kind = CommandKind::Help;
+    std::string helpText{}; // help
     std::vector<std::filesystem::path> gameDirs{};
     ClientRole role = ClientRole::ClientA;              // role
     int hz = 0;                                         // relay; 0: its default
@@ -29,7 +31,14 @@ struct Command {
 // A command line that cannot run; the message names the problem.
 class UsageError : public std::runtime_error {
 public:
-    using std::runtime_error::runtime_error;
+    explicit UsageError(const std::string& message, std::string subcommand = {})
+        : std::runtime_error(message)
+        , m_subcommand(std::move(subcommand)) {}
+    // The subcommand whose help to suggest; empty for the program's.
+    auto subcommand() const -> const std::string& { return m_subcommand; }
+
+private:
+    std::string m_subcommand;
 };
 
 // `args` without the program name. Throws UsageError. Does not look at the file system.
@@ -37,7 +46,5 @@ auto parse_command_line(std::span<const std::string_view> args) -> Command;
 
 // Throws UsageError when a game folder does not exist or the relay's two folders are the same.
 auto check_game_folders(const Command& command) -> void;
-
-auto usage_text() -> std::string_view;
 
 } // namespace korvath::session_tool

@@ -36,7 +36,7 @@ auto run(const tool::Command& command) -> int {
     };
     switch (command.kind) {
     case tool::CommandKind::Help:
-        std::cout << tool::usage_text();
+        std::cout << command.helpText;
         return 0;
     case tool::CommandKind::Version:
         std::cout << "korvath-session " << KORVATH_SESSION_VERSION << "\n";
@@ -71,9 +71,6 @@ auto run(const tool::Command& command) -> int {
     }
     case tool::CommandKind::Demo:
         return tool::run_demo(command.demo, std::cout);
-    case tool::CommandKind::DemoHelp:
-        std::cout << tool::demo_usage_text();
-        return 0;
     }
     return kExitFailure;
 }
@@ -89,9 +86,9 @@ int main(int argc, char** argv) {
         command = tool::parse_command_line(args);
         tool::check_game_folders(command);
     } catch (const tool::UsageError& error) {
-        const bool demo = !args.empty() && args[0] == "demo";
+        const std::string subcommand = error.subcommand().empty() ? "" : error.subcommand() + " ";
         std::cerr << "korvath-session: error: " << error.what() << "\n"
-                  << "Try 'korvath-session " << (demo ? "demo --help" : "--help") << "'.\n";
+                  << "Try 'korvath-session " << subcommand << "--help'.\n";
         return kExitUsage;
     }
     try {

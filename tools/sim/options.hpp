@@ -40,12 +40,11 @@ struct ParsedCommandLine {
     enum class Action { Run, Help, Version, Error };
     Action action{Action::Error};
     SimOptions options;
-    std::string error; // names the offending argument
+    std::string text; // error: names the offending argument; help, version: the text to print
 };
 
 // `args` excludes the program name. Accepts "--flag value" and "--flag=value".
 auto parse_command_line(std::span<const char* const> args) -> ParsedCommandLine;
-auto usage_text() -> std::string;
 auto version_text() -> std::string;
 
 } // namespace korvath::sim

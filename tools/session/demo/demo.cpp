@@ -94,6 +94,8 @@ private:
     bool m_aEnabled = false;
     bool m_bEnabled = false;
     std::vector<PredictingLink> m_links; // A to B, B to A
+    int m_relayHz = kPlainRelayHz;
+    long m_relayStep = 0;
     DemoTimeline m_timeline;
     std::optional<std::string> m_failure;
     bool m_interrupted = false;
@@ -107,17 +109,23 @@ auto DemoRun::start_games() -> void {
     std::vector<std::string> walking = common;
     walking.insert(walking.end(), {"--walk", demo_walk_argument(m_options, m_plan)});
     m_a.start(m_programs, walking, now_seconds());
-    m_b.start(m_programs, common, now_seconds());
+    m_b.start(m_programs, m_options.compare ? walking : common, now_seconds());
     const auto [aToB, bToA] = relay_links(m_a.files().gameDir, m_b.files().gameDir);
-    m_links = {PredictingLink(aToB, m_options.predict), PredictingLink(bToA, m_options.predict)};
+    m_links = {PredictingLink(aToB, m_options.predict),
+               PredictingLink(bToA, m_options.predict && !m_options.compare)};
+    m_relayHz = m_options.predict ? kPredictingRelayHz : kPlainRelayHz;
 }
 
+// Each link at its own rate: a predicting one at the loop's, a plain one at kPlainRelayHz, so that a
+// comparison run relays B's pose exactly as a run without prediction does.
 auto DemoRun::relay() -> void {
     const auto fileNow = fs::file_time_type::clock::now();
     const auto now = Clock::now().time_since_epoch();
-    if (m_relayToB)
-        m_links[0].step(fileNow, now);
-    m_links[1].step(fileNow, now);
+    const long plainEvery = m_relayHz / kPlainRelayHz;
+    const bool plainDue = m_relayStep++ % plainEvery == 0;
+    for (std::size_t index = 0; index < m_links.size(); ++index)
+        if ((index == 1 || m_relayToB) && (m_links[index].predicts() || plainDue))
+            m_links[index].step(fileNow, now);
 }
 
 auto DemoRun::fail(std::string reason) -> void {
@@ -340,16 +348,19 @@ auto DemoRun::run() -> int {
     m_progress.line("korvath-session demo in " + m_dir.string());
     m_progress.line("  game " + m_programs.simulator.string() +
                     (m_programs.modLibrary ? ", mod " + m_programs.modLibrary->string() : std::string()));
-    m_progress.line("  A (CLIENT_A) " + demo_walk_text(m_options, m_plan) + "; B (CLIENT_B) stands");
+    m_progress.line("  A (CLIENT_A) " + demo_walk_text(m_options, m_plan) + "; B (CLIENT_B) " +
+                    (m_options.compare ? "walks the same way" : "stands"));
     os::ignore_broken_pipe();
     install_stop_handlers();
     try {
         start_games();
-        const int relayHz = m_options.predict ? kPredictingRelayHz : kPlainRelayHz;
-        m_progress.event("started both games; relaying each one's pose to the other at " +
-                             std::to_string(relayHz) + " Hz" + (m_options.predict ? ", predicted" : ""),
+        m_progress.event(std::string("started both games; relaying ") +
+                             (!m_options.predict ? "each one's pose to the other at 20 Hz"
+                              : m_options.compare
+                                  ? "A's pose to B predicted at 100 Hz, B's to A as it is at 20 Hz"
+                                  : "each one's pose to the other at 100 Hz, predicted"),
                          Clock::now());
-        const auto period = std::chrono::nanoseconds(std::chrono::seconds(1)) / relayHz;
+        const auto period = std::chrono::nanoseconds(std::chrono::seconds(1)) / m_relayHz;
         const auto observePeriod = std::chrono::nanoseconds(std::chrono::seconds(1)) / m_plan.observeHz;
         auto next = Clock::now();
         auto nextObservation = next;

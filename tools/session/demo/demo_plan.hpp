@@ -6,7 +6,6 @@
 #include <filesystem>
 #include <optional>
 #include <string>
-#include <string_view>
 
 namespace korvath::session_tool {
 
@@ -16,10 +15,12 @@ struct DemoOptions {
     bool quick = false;                       // a shorter following phase
     bool predict = true;                      // the relay predicts the pose it writes
     bool straight = false;                    // CLIENT_A walks a straight line and stops dead
+    bool compare = false; // CLIENT_B walks as A does; only A's pose is predicted, B's relayed as it is
 };
 
 struct DemoPlan {
-    // The games: CLIENT_A walks a circle around its start, CLIENT_B stands where it starts.
+    // The games: CLIENT_A walks a circle around its start, CLIENT_B stands where it starts (or, to
+    // compare, walks the same way from where it was moved aside).
     double readyAfterSeconds = 0.5;    // the engine reports ready this long after start
     double circleRadius = 600.0;       // engine units
     double walkSpeed = 300.0;          // engine units per second
@@ -48,7 +49,5 @@ auto make_demo_plan(const DemoOptions& options) -> DemoPlan;
 // CLIENT_A's walk, as korvath-sim's --walk takes it and in words.
 auto demo_walk_argument(const DemoOptions& options, const DemoPlan& plan) -> std::string;
 auto demo_walk_text(const DemoOptions& options, const DemoPlan& plan) -> std::string;
-
-auto demo_usage_text() -> std::string_view;
 
 } // namespace korvath::session_tool

@@ -33,21 +33,21 @@ auto stop_text(const std::optional<StopFigures>& stop) -> std::string {
     return "A came to rest" + at_text(stop->stoppedAt) + "; B's proxy of A overshot by " +
            number_text("%.1f", stop->overshoot) + " units and " +
            (stop->settleSeconds
-                ? "settled within 1 unit " + number_text("%.1f s", *stop->settleSeconds) + " after"
+                ? "settled within 1 unit " + number_text("%.2f s", *stop->settleSeconds) + " after"
                 : std::string("did not settle within 1 unit"));
 }
 
-auto follow_text(const FollowStats& stats) -> std::string {
+auto follow_text(const FollowStats& stats, std::string_view pawn = "A's pawn") -> std::string {
     if (stats.count == 0)
         return "no distance measured";
-    return number_text("%.1f", stats.mean) + " units from A's pawn on average (RMS " +
+    return number_text("%.1f", stats.mean) + " units from " + std::string(pawn) + " on average (RMS " +
            number_text("%.1f", stats.rms) + "), " + number_text("%.1f", stats.max) + " at most";
 }
 
 // The figure's summary: short lines with the times of the events.
 auto figure_notes(const ClientSummary& a, const ClientSummary& b, const DemoOutcome& outcome,
-                  const FollowStats& follow, const std::vector<std::string>& problems)
-    -> std::vector<std::string> {
+                  const FollowStats& follow, const std::optional<FollowStats>& followOfB,
+                  const std::vector<std::string>& problems) -> std::vector<std::string> {
     const DemoTimeline& t = outcome.timeline;
     const auto proxy = [](const ClientSummary& client, const std::optional<double>& spawned,
                           const std::optional<double>& destroyed, std::string_view other) {
@@ -66,7 +66,12 @@ auto figure_notes(const ClientSummary& a, const ClientSummary& b, const DemoOutc
                                  : "B: pawn not moved aside");
     notes.push_back(proxy(a, t.aSpawned, t.aDestroyed, "B"));
     notes.push_back(proxy(b, t.bSpawned, t.bDestroyed, "A"));
-    notes.push_back("Following: B's proxy of A " + follow_text(follow));
+    if (followOfB) {
+        notes.push_back("Following, predicted: B's proxy of A " + follow_text(follow));
+        notes.push_back("As relayed: A's proxy of B " + follow_text(*followOfB, "B's pawn"));
+    } else {
+        notes.push_back("Following: B's proxy of A " + follow_text(follow));
+    }
     std::string errors;
     for (const auto* client : {&a, &b})
         if (client->error)
@@ -87,6 +92,13 @@ auto report_demo(const DemoOutcome& outcome, const DemoPlan& plan, const DemoOpt
     const double followEnd = t.relayStopped.value_or(t.end);
     const FollowStats follow = follow_stats(follow_distances(outcome.a.pawn_track(), outcome.b.proxy_track()),
                                             t.bSpawned.value_or(followEnd), followEnd);
+    // A's proxy of B follows from its spawn until the kill switch.
+    std::optional<FollowStats> followOfB;
+    if (options.compare) {
+        const double end = t.stopPlaced.value_or(t.end);
+        followOfB = follow_stats(follow_distances(outcome.b.pawn_track(), outcome.a.proxy_track()),
+                                 t.aSpawned.value_or(end), end);
+    }
 
     std::vector<std::string> problems;
     if (outcome.failure)
@@ -104,8 +116,10 @@ auto report_demo(const DemoOutcome& outcome, const DemoPlan& plan, const DemoOpt
     progress.line("  A (CLIENT_A)  " + proxy_text(a));
     progress.line("  B (CLIENT_B)  " + (b.movedAside ? "moved aside " + b.moveAsideText : "not moved aside"));
     progress.line("                " + proxy_text(b));
-    progress.line("  following     B's proxy of A " + follow_text(follow) + " (limit " +
-                  number_text("%.0f", plan.followLimit) + ")");
+    progress.line("  following     B's proxy of A " + std::string(followOfB ? "(predicted) " : "") +
+                  follow_text(follow) + " (limit " + number_text("%.0f", plan.followLimit) + ")");
+    if (followOfB)
+        progress.line("                A's proxy of B (as relayed) " + follow_text(*followOfB, "B's pawn"));
     for (const auto* client : {&a, &b})
         if (client->error)
             progress.line("  error         " + client->name + ": " + *client->error);
@@ -113,14 +127,18 @@ auto report_demo(const DemoOutcome& outcome, const DemoPlan& plan, const DemoOpt
         progress.line("  stop          " + stop_text(stop_figures(outcome.a.pawn_track(),
                                                                   outcome.b.proxy_track(), kSettleWithin)));
 
-    const DemoPlotInput plot{outcome.a.pawn_track(),
-                             outcome.b.pawn_track(),
-                             outcome.b.proxy_track(),
-                             t,
-                             "CLIENT_A " + demo_walk_text(options, plan) +
-                                 "; CLIENT_B stands. Each game shows the other player as a proxy. " +
-                                 number_text("%.1f s", t.end) + " in all.",
-                             figure_notes(a, b, outcome, follow, problems)};
+    const DemoPlotInput plot{
+        outcome.a.pawn_track(),
+        outcome.b.pawn_track(),
+        outcome.b.proxy_track(),
+        outcome.a.proxy_track(),
+        options.compare,
+        t,
+        "CLIENT_A " + demo_walk_text(options, plan) +
+            (options.compare ? "; CLIENT_B walks the same way; only A's pose is predicted. "
+                             : "; CLIENT_B stands. ") +
+            "Each game shows the other player as a proxy. " + number_text("%.1f s", t.end) + " in all.",
+        figure_notes(a, b, outcome, follow, followOfB, problems)};
     const fs::path plotFile = dir / kPlotFile;
     if (write_file_atomically(plotFile, render_svg_plot(demo_figure(plot))))
         progress.line("  plot          " + plotFile.string());

@@ -46,11 +46,10 @@ auto write_file_atomically(const fs::path& target, std::string_view content) -> 
 }
 
 auto file_age(const fs::path& path, fs::file_time_type now) -> std::optional<fs::file_time_type::duration> {
-    std::error_code error;
-    const auto lastWrite = fs::last_write_time(path, error);
-    if (error)
+    const auto lastWrite = os::last_write_time(path);
+    if (!lastWrite)
         return std::nullopt;
-    return now - lastWrite;
+    return now - *lastWrite;
 }
 
 } // namespace korvath::session_tool

@@ -37,10 +37,13 @@ auto wrap(double angle, double turn) -> double {
 
 } // namespace
 
+auto mod_spawn_lag() -> nanoseconds {
+    return kModPollInterval / 2 + kModStepInterval / 2;
+}
+
 auto mod_follow_lag() -> nanoseconds {
     const double smoothingSteps = (1.0 - kModSmoothingShare) / kModSmoothingShare;
-    return kModPollInterval / 2 + std::chrono::duration_cast<nanoseconds>(kModStepInterval * smoothingSteps) +
-           kModStepInterval / 2;
+    return mod_spawn_lag() + std::chrono::duration_cast<nanoseconds>(kModStepInterval * smoothingSteps);
 }
 
 auto PosePredictor::add(const PlayerPose& pose, nanoseconds takenAt) -> void {
@@ -56,7 +59,7 @@ auto PosePredictor::add(const PlayerPose& pose, nanoseconds takenAt) -> void {
     m_count = std::min(m_count + 1, m_samples.size());
 }
 
-auto PosePredictor::predict(nanoseconds now) const -> std::optional<PlayerPose> {
+auto PosePredictor::predict(nanoseconds now, nanoseconds lag) const -> std::optional<PlayerPose> {
     if (m_count == 0)
         return std::nullopt;
     const Sample& s2 = sample(0);
@@ -95,7 +98,7 @@ auto PosePredictor::predict(nanoseconds now) const -> std::optional<PlayerPose> 
         speedRate = std::min(0.0, (speed - earlierSpeed) / between);
     }
 
-    const double lead = std::clamp(seconds(now + m_settings.lag - s2.at), 0.0, seconds(m_settings.maxLead));
+    const double lead = std::clamp(seconds(now + lag - s2.at), 0.0, seconds(m_settings.maxLead));
     // Speed and heading run on from the chord's middle; the path from s2 is summed in short steps.
     const double fromMiddle = dt21 / 2;
     double x = p2.x, y = p2.y, travelled = 0.0;

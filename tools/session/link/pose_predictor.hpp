@@ -22,6 +22,9 @@ inline constexpr std::chrono::nanoseconds kModPollInterval = std::chrono::millis
 inline constexpr std::chrono::nanoseconds kModStepInterval = std::chrono::milliseconds(50);
 inline constexpr double kModSmoothingShare = 0.35;
 auto mod_follow_lag() -> std::chrono::nanoseconds;
+// The same without the smoothing's lag: how late a proxy spawns at a row, since a spawn stands the
+// proxy on the row's pose at once.
+auto mod_spawn_lag() -> std::chrono::nanoseconds;
 
 struct PredictorSettings {
     std::chrono::nanoseconds lag = mod_follow_lag(); // predicted this far beyond the present
@@ -43,7 +46,12 @@ public:
     // The pose to write at `now`: the latest sample extrapolated to `now` + lag, the lead from the
     // sample capped; the latest sample as it is while there is no history or the samples have stopped.
     // Nothing before the first sample.
-    auto predict(std::chrono::nanoseconds now) const -> std::optional<PlayerPose>;
+    auto predict(std::chrono::nanoseconds now) const -> std::optional<PlayerPose> {
+        return predict(now, m_settings.lag);
+    }
+    // The same with another lag.
+    auto predict(std::chrono::nanoseconds now, std::chrono::nanoseconds lag) const
+        -> std::optional<PlayerPose>;
 
 private:
     struct Sample {

@@ -1,5 +1,7 @@
 #include "tools/session/link/predicting_link.hpp"
 
+#include "tools/session/exchange/proxy_presence.hpp"
+
 namespace korvath::session_tool {
 
 auto PredictingLink::step(std::filesystem::file_time_type fileNow, std::chrono::nanoseconds now)
@@ -23,7 +25,11 @@ auto PredictingLink::step(std::filesystem::file_time_type fileNow, std::chrono::
     }
     m_lastStamp = stamp;
     m_lastWrite = written;
-    return write_relay_row(m_link, m_predictor.predict(now).value_or(source.sample->pose));
+    // Until the other side shows a proxy, its spawn stands it on the row at once: lead it only by the
+    // delivery, or the new proxy starts ahead of the player by the smoothing's lag.
+    const auto predicted =
+        proxy_shown(m_link.toGameDir) ? m_predictor.predict(now) : m_predictor.predict(now, mod_spawn_lag());
+    return write_relay_row(m_link, predicted.value_or(source.sample->pose));
 }
 
 } // namespace korvath::session_tool

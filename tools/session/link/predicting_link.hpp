@@ -26,6 +26,7 @@ public:
     auto step(std::filesystem::file_time_type fileNow, std::chrono::nanoseconds now) -> RelayOutcome;
 
     auto link() const -> const RelayLink& { return m_link; }
+    auto predicts() const -> bool { return m_predict; }
 
 private:
     RelayLink m_link;

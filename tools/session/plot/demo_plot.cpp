@@ -9,6 +9,7 @@ namespace {
 constexpr const char* kColourA = "#2563eb";      // A's pawn
 constexpr const char* kColourProxyA = "#ea580c"; // B's proxy of A
 constexpr const char* kColourB = "#16a34a";      // B's pawn
+constexpr const char* kColourProxyB = "#9333ea"; // A's proxy of B
 constexpr const char* kColourEvent = "#475569";
 constexpr const char* kColourFollowing = "#dcfce7";
 constexpr const char* kColourStale = "#ffedd5";
@@ -36,6 +37,11 @@ auto map_panel(const DemoPlotInput& input) -> PlotPanel {
     panel.equalScale = true;
     panel.series.push_back({"A's pawn (true path)", kColourA, map_points(input.aPawn), 7.0, 0.3, false});
     panel.series.push_back({"B's proxy of A", kColourProxyA, map_points(input.bProxy), 2.0, 1.0, false});
+    if (input.compare) {
+        panel.title = "Map: both walks and the proxies of them";
+        panel.series.push_back({"B's pawn (true path)", kColourB, map_points(input.bPawn), 7.0, 0.3, false});
+        panel.series.push_back({"A's proxy of B", kColourProxyB, map_points(input.aProxy), 2.0, 1.0, false});
+    }
     const auto& aPawn = input.aPawn.samples;
     if (aPawn && !aPawn->empty())
         panel.markers.push_back({"A starts", kColourA, {aPawn->front().x, aPawn->front().y}});
@@ -63,8 +69,14 @@ auto distance_panel(const DemoPlotInput& input) -> PlotPanel {
     panel.xLabel = "time since the demo started (s)";
     panel.yLabel = "distance (engine units)";
     panel.yFromZero = true;
-    panel.series.push_back({"B's proxy of A to A's pawn", kColourProxyA,
-                            distance_points(input.aPawn, input.bProxy), 2.0, 1.0, false});
+    panel.series.push_back(
+        {input.compare ? "B's proxy of A to A's pawn (predicted)" : "B's proxy of A to A's pawn",
+         kColourProxyA, distance_points(input.aPawn, input.bProxy), 2.0, 1.0, false});
+    if (input.compare) {
+        panel.title = "Distance between each pawn and the other side's proxy of it";
+        panel.series.push_back({"A's proxy of B to B's pawn (as relayed)", kColourProxyB,
+                                distance_points(input.bPawn, input.aProxy), 2.0, 1.0, false});
+    }
     const DemoTimeline& t = input.timeline;
     if (t.bSpawned)
         panel.bands.push_back({"following", kColourFollowing, *t.bSpawned, t.relayStopped.value_or(t.end)});

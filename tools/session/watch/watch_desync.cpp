@@ -1,5 +1,6 @@
 #include "tools/session/watch/watch_desync.hpp"
 
+#include "tools/platform/os.hpp"
 #include "tools/session/exchange/exchange_names.hpp"
 #include "tools/session/exchange/file_io.hpp"
 #include "tools/session/exchange/local_state_line.hpp"
@@ -25,16 +26,14 @@ auto in_seconds(fs::file_time_type at) -> double {
 // rewritten since `seen`.
 auto read_if_rewritten(const fs::path& path, std::optional<fs::file_time_type>& seen)
     -> std::optional<std::pair<std::string, fs::file_time_type>> {
-    std::error_code error;
-    const auto before = fs::last_write_time(path, error);
-    if (error || before == seen)
+    const auto before = os::last_write_time(path);
+    if (!before || before == seen)
         return std::nullopt;
     auto content = read_whole_file(path);
-    const auto after = fs::last_write_time(path, error);
-    if (!content || error || after != before)
+    if (!content || os::last_write_time(path) != before)
         return std::nullopt;
     seen = before;
-    return std::pair{std::move(*content), before};
+    return std::pair{std::move(*content), *before};
 }
 
 auto number(const std::vector<ReportLine>& lines, std::string_view key) -> std::optional<double> {
