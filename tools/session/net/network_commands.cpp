@@ -4,6 +4,7 @@
 #include "tools/session/net/net_session.hpp"
 #include "tools/session/watch/terminal.hpp"
 
+#include <iostream>
 #include <stdexcept>
 #include <system_error>
 
@@ -34,7 +35,7 @@ auto run_session(NetSessionOptions options, std::ostream& out, const std::string
         out << opening;
         return session.run(out);
     } catch (const std::system_error& error) {
-        out << "korvath-session: error: cannot open the UDP socket: " << error.what() << "\n";
+        std::cerr << "korvath-session: error: cannot open the UDP socket: " << error.what() << "\n";
         return kExitFailure;
     }
 }
@@ -56,7 +57,7 @@ auto run_join(const JoinCommand& command, std::ostream& out) -> int {
     try {
         host = resolve_host_address(command.host);
     } catch (const std::runtime_error& error) {
-        out << "korvath-session: error: " << error.what() << "\n";
+        std::cerr << "korvath-session: error: " << error.what() << "\n";
         return kExitFailure;
     }
     auto options = session_options(PeerSide::Joiner, command.gameDir, command.code, command.poseHz,
