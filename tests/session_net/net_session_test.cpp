@@ -1,5 +1,6 @@
 #include "support/test_support.hpp"
 #include "support/udp_impairment_proxy.hpp"
+#include "tools/session/demo/child_process.hpp"
 #include "tools/session/exchange/exchange_names.hpp"
 #include "tools/session/net/net_session.hpp"
 
@@ -230,4 +231,35 @@ TEST(NetSession, ForgedMalformedReplayedAndFloodedPacketsNeverReachTheRow) {
     EXPECT_GE(status.drops[st::DropKind::Late], 20U);
     EXPECT_EQ(status.drops[st::DropKind::Replay], 0U);
     std::cout << st::format_net_status(status) << "\n";
+}
+
+// The programs as a user runs them: the host prints its code and port, the joiner uses them; each
+// writes the other's pose into its own folder and both end after their --duration.
+TEST(NetSessionProcess, HostAndJoinLinkTwoFoldersOnLoopback) {
+    const fs::path program = fs::path(KORVATH_TOOLS_DIR) / ("korvath-session" KORVATH_EXECUTABLE_SUFFIX);
+    const auto root = scratch_dir("net-programs");
+    const auto hostDir = root / "host", joinDir = root / "join";
+    write_local_state(hostDir, 5.0F, 1);
+    write_local_state(joinDir, 7.0F, 1);
+    st::ChildProcess host(program, {"host", hostDir.string(), "--port", "0", "--duration", "4"},
+                          root / "host.log");
+    std::string code, port;
+    ASSERT_TRUE(poll_until(10s, [&] {
+        const std::string log = read_file(root / "host.log");
+        const auto codeAt = log.find("session code: "), portAt = log.find("on port ");
+        if (codeAt == std::string::npos || portAt == std::string::npos)
+            return false;
+        code = log.substr(codeAt + 14, 29);
+        port = log.substr(portAt + 8, log.find('\n', portAt) - portAt - 8);
+        return true;
+    })) << read_file(root / "host.log");
+    st::ChildProcess joiner(
+        program, {"join", "127.0.0.1:" + port, joinDir.string(), "--code", code, "--duration", "2"},
+        root / "join.log");
+    EXPECT_TRUE(poll_until(10s, [&] { return remote_x(hostDir) == 7.0 && remote_x(joinDir) == 5.0; }))
+        << read_file(root / "host.log") << read_file(root / "join.log");
+    EXPECT_EQ(joiner.wait(), 0);
+    EXPECT_EQ(host.wait(), 0);
+    EXPECT_NE(read_file(root / "host.log").find("peer quit"), std::string::npos)
+        << read_file(root / "host.log");
 }
