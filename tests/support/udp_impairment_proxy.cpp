@@ -31,7 +31,8 @@ UdpImpairmentProxy::UdpImpairmentProxy(const st::UdpEndpoint& server, Impairment
                                        Impairment toClient, uint32_t seed, std::chrono::seconds limit)
     : m_server(server)
     , m_clientSide(loopback_like(server))
-    , m_serverSide(loopback_like(server)) {
+    , m_serverSide(loopback_like(server))
+    , m_endpoint(m_clientSide.local_endpoint()) {
     m_thread = std::thread([=, this] { run(toServer, toClient, seed, limit); });
 }
 
@@ -41,7 +42,7 @@ UdpImpairmentProxy::~UdpImpairmentProxy() {
 }
 
 auto UdpImpairmentProxy::endpoint() const -> st::UdpEndpoint {
-    return m_clientSide.local_endpoint();
+    return m_endpoint;
 }
 
 auto UdpImpairmentProxy::inject(std::vector<uint8_t> bytes) -> void {

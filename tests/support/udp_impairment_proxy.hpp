@@ -44,7 +44,8 @@ private:
     session_tool::UdpEndpoint m_server;
     session_tool::UdpSocket m_clientSide;
     session_tool::UdpSocket m_serverSide;
-    mutable std::mutex m_mutex; // guards the two lists below
+    session_tool::UdpEndpoint m_endpoint; // of m_clientSide, read before the thread starts
+    mutable std::mutex m_mutex;           // guards the two lists below
     std::vector<std::vector<uint8_t>> m_injected;
     std::vector<std::vector<uint8_t>> m_captured;
     std::atomic<bool> m_stop{false};

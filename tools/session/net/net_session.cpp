@@ -39,6 +39,7 @@ auto local_endpoint_for(const NetSessionOptions& options) -> UdpEndpoint {
 NetSession::NetSession(NetSessionOptions options)
     : m_options(std::move(options))
     , m_socket(local_endpoint_for(m_options))
+    , m_port(m_socket.local_endpoint().port())
     , m_link(m_options.side, m_options.key,
              m_options.side == PeerSide::Joiner ? m_options.host : std::nullopt) {
     m_status.waitingFor = m_options.side == PeerSide::Host

@@ -40,7 +40,7 @@ public:
     // Opens the socket. Throws std::system_error when it cannot.
     explicit NetSession(NetSessionOptions options);
 
-    auto local_port() const -> uint16_t { return m_socket.local_endpoint().port(); }
+    auto local_port() const -> uint16_t { return m_port; }
     // Runs until stopped; events and the status go to `out`. Returns the exit code.
     auto run(std::ostream& out) -> int;
     // The latest status, safe to read from another thread.
@@ -51,6 +51,7 @@ private:
 
     NetSessionOptions m_options;
     UdpSocket m_socket;
+    uint16_t m_port = 0; // read once: the socket belongs to run()'s thread
     PeerLink m_link;
     mutable std::mutex m_statusMutex;
     NetStatus m_status;
