@@ -80,6 +80,7 @@ auto near_stall(double seconds, const std::vector<std::pair<double, double>>& st
 struct Ending {
     const char* name;
     bool goodbye; // the host quits cleanly, or is killed
+    friend auto PrintTo(const Ending& ending, std::ostream* out) -> void { *out << ending.name; }
 };
 
 class NetGames : public testing::TestWithParam<Ending> {};
