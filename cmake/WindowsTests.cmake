@@ -12,3 +12,8 @@ add_test(NAME WindowsBinaries.ImportOnlySystemDllsAndExportTheEntryPoints
         "-DPROGRAMS=$<TARGET_FILE:korvath-session>;$<TARGET_FILE:korvath-sim>;$<TARGET_FILE:KorvathHost>"
         -DHOST_DLL=$<TARGET_FILE_NAME:KorvathHost>
         -P ${PROJECT_SOURCE_DIR}/cmake/CheckWindowsBinaries.cmake)
+
+# The player's package: its layout, and the session program starting from it under Wine.
+add_test(NAME Package.LayoutAndSessionProgramUnderWine
+    COMMAND bash ${PROJECT_SOURCE_DIR}/tools/package.sh --no-build --build-dir ${PROJECT_BINARY_DIR}
+        --out ${CMAKE_CURRENT_BINARY_DIR}/package-test)

@@ -82,7 +82,7 @@ TEST(SessionToolCommandLine, ValidLinesParseAndBadOnesNameTheProblem) {
         {{"--help"}, {"role", "enable", "stop", "resume", "relay", "watch", "demo", "Exit codes"}},
         {{"relay", "A", "B", "--hz", "5000", "-h"}, {"DIR_A", "DIR_B", "--hz", "--duration", "--no-predict"}},
         {{"demo", "--dir", "x", "--help"},
-         {"--keep", "--quick", "--straight", "remote-player-stale", "130"}}};
+         {"--keep", "--quick", "--straight", "--compare", "remote-player-stale", "130"}}};
     for (const auto& [args, texts] : helps) {
         const auto help = parse(args);
         ASSERT_EQ(help.kind, tool::CommandKind::Help) << args[0];

@@ -237,9 +237,15 @@ auto define_commands(CLI::App& app, Command& command) -> void {
                   "following phase; the summary tells how far B's proxy of A overshoots\n"
                   "and how soon it settles within 1 unit");
     demo.add_flag("--compare", command.demo.compare,
-                  "CLIENT_B walks as CLIENT_A does, and the relay predicts A's pose for\n"
-                  "B but passes B's on to A as it is (20 times a second): one run shows\n"
-                  "both trails, B's proxy of A with prediction and A's proxy of B without");
+                  "CLIENT_B walks as CLIENT_A does, and the relay predicts A's pose for B\n"
+                  "but passes B's on to A as it is (20 times a second): one run shows both\n"
+                  "trails, B's proxy of A with prediction and A's proxy of B without");
+    demo.add_flag("--tracker", command.demo.tracker,
+                  "each game's local state comes from the pose tracker script run in\n"
+                  "the simulator's stand-in of the host's Lua side (korvath-sim\n"
+                  "--tracker), not from the simulator; in step 5 A's tracker stops\n"
+                  "instead of the relay to B, so B's proxy of A goes about 8 s later (A's\n"
+                  "local state stale after 3 s, then the relay stops writing to B)");
 }
 
 } // namespace

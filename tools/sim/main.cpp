@@ -12,6 +12,7 @@
 #include "tools/sim/periodic.hpp"
 #include "tools/sim/simulated_world.hpp"
 #include "tools/sim/termination.hpp"
+#include "tools/sim/tracker_mode.hpp"
 #include "tools/sim/world_log.hpp"
 
 #include <cinttypes>
@@ -62,7 +63,12 @@ auto run(const SimOptions& options, const std::vector<std::string>& args) -> int
     std::filesystem::path installedMod;
     std::optional<WorldLog> worldLog;
     std::optional<ModHost> host;
+    std::unique_ptr<TrackerMode> tracker;
     standin::GameWorld world;
+    if (options.tracker && !tracker_mode_available()) {
+        std::fprintf(stderr, "korvath-sim: --tracker needs Lua 5.4, which this build has not\n");
+        return 1;
+    }
     try {
         installedMod =
             enter_game_folder(options.gameDir, options.modLibrary.value_or(default_mod_library()), args);
@@ -72,6 +78,8 @@ auto run(const SimOptions& options, const std::vector<std::string>& args) -> int
             worldLog.emplace(*options.worldLog);
         world = set_up_world(options);
         host.emplace(installedMod);
+        if (options.tracker)
+            tracker = start_tracker_mode(options.gameDir, options.mapName, world.pawn);
     } catch (const std::exception& error) {
         std::fprintf(stderr, "korvath-sim: %s\n", error.what());
         return 1;
@@ -109,7 +117,7 @@ auto run(const SimOptions& options, const std::vector<std::string>& args) -> int
     threads.emplace_back([&] {
         LocalStateWriter localState(options.gameDir / "KorvathOnline", options.mapName);
         run_every(to_duration(1 / kObserverHz), stop, [&] {
-            if (options.writeLocalState) {
+            if (options.writeLocalState && !tracker) {
                 standin::Pose pose;
                 const auto frame = frames.stamped([&] { pose = standin::engine().inspect(world.pawn).pose; });
                 localState.write(pose, frame.value_or(SteadyClock::now()));
@@ -118,6 +126,9 @@ auto run(const SimOptions& options, const std::vector<std::string>& args) -> int
                 worldLog->snapshot(seconds_since(start));
         });
     });
+
+    if (tracker)
+        threads.emplace_back([&] { tracker->run(stop, start, frames); });
 
     std::vector<double> latencies;
     if (options.latencyProbe)

@@ -157,6 +157,11 @@ auto define_options(CLI::App& app, SimOptions& o) -> void {
     app.add_flag_callback(
         "--no-local-state", [&o] { o.writeLocalState = false; },
         "do not write KorvathOnline/local_state.tsv (written 20 times a second)");
+    app.add_flag("--tracker", o.tracker,
+                 "the pose tracker script writes local_state.tsv instead: installed as\n"
+                 "DIR/Mods/KorvathTracker/Scripts/main.lua and run in a stand-in of the\n"
+                 "host's Lua side (not in the Windows build); while DIR/KorvathTracker.stop\n"
+                 "exists the host runs none of its loops, so the local state goes stale");
     add_value(
         app, "--fail", "OP=MODE[@N]",
         "make an engine operation fail, from its N-th call on (repeatable)\n"
@@ -181,7 +186,7 @@ auto define_options(CLI::App& app, SimOptions& o) -> void {
         "median and 99th percentile of the time from a new pose to the proxy's\n"
         "first move toward it");
     add_value(app, "--world-log", "FILE",
-              "every 100 ms one tab-separated line per actor: seconds, full name, class,\n"
+              "every 50 ms one tab-separated line per actor: seconds, full name, class,\n"
               "x, y, z, yaw, hidden, collision, tick, alive, steady clock seconds",
               [&o](std::string_view v) { return absolute_path(o.worldLog, v, "expected a file path"); });
 }

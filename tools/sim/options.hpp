@@ -31,6 +31,7 @@ struct SimOptions {
     std::string mapName{"Map_A"};
     WalkPlan walk;
     bool writeLocalState{true};
+    bool tracker{false}; // the pose tracker script writes the local state, not the simulator
     std::vector<FaultSetting> faults;
     std::optional<std::filesystem::path> worldLog;
     bool latencyProbe{false};

@@ -7,6 +7,7 @@
 #include "tools/session/demo/demo_setup.hpp"
 #include "tools/session/exchange/client_controls.hpp"
 #include "tools/session/exchange/exchange_names.hpp"
+#include "tools/session/exchange/file_io.hpp"
 #include "tools/session/link/periodic_loop.hpp"
 #include "tools/session/link/predicting_link.hpp"
 #include "tools/session/link/relay.hpp"
@@ -105,7 +106,9 @@ auto DemoRun::start_games() -> void {
     char ready[32], lifetime[32];
     std::snprintf(ready, sizeof ready, "%g", m_plan.readyAfterSeconds);
     std::snprintf(lifetime, sizeof lifetime, "%g", m_plan.game_lifetime_seconds());
-    const std::vector<std::string> common{"--ready-after", ready, "--duration", lifetime};
+    std::vector<std::string> common{"--ready-after", ready, "--duration", lifetime};
+    if (m_options.tracker)
+        common.emplace_back("--tracker");
     std::vector<std::string> walking = common;
     walking.insert(walking.end(), {"--walk", demo_walk_argument(m_options, m_plan)});
     m_a.start(m_programs, walking, now_seconds());
@@ -262,16 +265,27 @@ auto DemoRun::advance() -> bool {
         m_timeline.aDestroyed = now_seconds();
         m_progress.event("A destroyed its proxy of B as \"" + m_a.summary().destroyReason + "\"",
                          Clock::now());
-        m_relayToB = false;
         m_timeline.relayStopped = now_seconds();
+        if (m_options.tracker) {
+            // The simulator's host stops running A's tracker while this file exists.
+            if (!write_file_atomically(m_a.files().gameDir / "KorvathTracker.stop", ""))
+                fail("cannot stop A's tracker");
+            enter(Phase::Stale,
+                  "A's tracker stopped: A's local state goes stale after 3 s, then the relay "
+                  "stops writing to B; B's remote row goes stale 2 s later, its proxy 3 s later");
+            return true;
+        }
+        m_relayToB = false;
         enter(Phase::Stale, "relay to B stopped: B's remote row goes stale after 2 s, its proxy 3 s later");
         return true;
     case Phase::Stale:
         if (!m_b.reports().destroy)
             return false;
         m_timeline.bDestroyed = now_seconds();
-        enter(Phase::Done, "B destroyed its proxy of A as \"" + m_b.summary().destroyReason + "\", " +
-                               seconds_text(in_phase()) + " after the relay stopped");
+        enter(Phase::Done,
+              "B destroyed its proxy of A as \"" + m_b.summary().destroyReason + "\", " +
+                  seconds_text(in_phase()) +
+                  (m_options.tracker ? " after A's tracker stopped" : " after the relay stopped"));
         return true;
     case Phase::Done:
         break;
@@ -321,7 +335,9 @@ auto DemoRun::show_status() -> void {
         break;
     case Phase::Stale:
         phase = "stale";
-        detail = "no rows to B for " + seconds_text(in_phase()) + "; B's proxy goes at ~5 s";
+        detail = (m_options.tracker ? "A's tracker stopped " : "no rows to B for ") +
+                 seconds_text(in_phase()) +
+                 (m_options.tracker ? " ago; B's proxy goes at ~8 s" : "; B's proxy goes at ~5 s");
         break;
     case Phase::Done:
         return;

@@ -16,6 +16,7 @@ struct DemoOptions {
     bool predict = true;                      // the relay predicts the pose it writes
     bool straight = false;                    // CLIENT_A walks a straight line and stops dead
     bool compare = false; // CLIENT_B walks as A does; only A's pose is predicted, B's relayed as it is
+    bool tracker = false; // the pose tracker script writes each game's local state; A's stops at the end
 };
 
 struct DemoPlan {
