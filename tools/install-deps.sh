@@ -4,7 +4,7 @@ set -euo pipefail
 
 packages=(cmake ninja-build g++ make binutils libgtest-dev libgmock-dev libfmt-dev libbenchmark-dev libcli11-dev clang-format
     g++-mingw-w64-x86-64-posix googletest wine wine64 lua5.4 liblua5.4-dev pkg-config
-    clang libclang-rt-dev)
+    clang libclang-rt-dev libasio-dev libsodium-dev)
 missing=()
 for package in "${packages[@]}"; do
     dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q "install ok installed" || missing+=("$package")

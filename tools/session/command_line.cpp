@@ -13,6 +13,8 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr int kMaxHz = 1000;
+constexpr int kMinPoseHz = 20;
+constexpr int kMaxPoseHz = 60;
 constexpr double kMaxDurationSeconds = 1.0e8;
 
 auto in_quotes(std::string_view text) -> std::string {
@@ -74,6 +76,68 @@ auto add_duration(CLI::App& sub, Command& command) -> void {
         ->type_name("S");
 }
 
+// host and join: this game's pose to the other machine and the other player's back, over UDP.
+auto add_network_commands(CLI::App& app, Command& command) -> void {
+    const auto add_common = [&command](CLI::App& sub) {
+        sub.add_option_function<std::string>(
+               "--hz",
+               [&command](const std::string& value) {
+                   command.hz = parse_whole_number("--hz", value, kMinPoseHz, kMaxPoseHz);
+               },
+               "poses sent per second, 20 to 60 (default 30)")
+            ->type_name("N");
+        add_duration(sub, command);
+        sub.add_flag_callback(
+            "--no-predict", [&command] { command.predict = false; },
+            "write the other player's pose as it arrives instead of predicting it");
+    };
+    auto& host = add_command(app, command, "host", CommandKind::Host,
+                             "print a session code and link this game with the one that\n"
+                             "joins with it: each side's pose into the other's\n"
+                             "remote_players.tsv, over UDP (see README)");
+    add_folder(host, command, "DIR", "game folder");
+    host.add_option_function<std::string>(
+            "--port",
+            [&command](const std::string& value) {
+                const auto port = parse_port(value, true);
+                if (!port)
+                    throw UsageError("--port must be a whole number from 0 to 65535, got " +
+                                     in_quotes(value));
+                command.port = *port;
+            },
+            "UDP port to listen on (default 47810; 0: any free port)")
+        ->type_name("P");
+    add_common(host);
+
+    auto& join = add_command(app, command, "join", CommandKind::Join,
+                             "link this game with the host's, given its address and code");
+    join.add_option_function<std::string>(
+            "HOST",
+            [&command](const std::string& value) {
+                const auto peer = parse_host_address(value);
+                if (!peer)
+                    throw UsageError("bad host address " + in_quotes(value) +
+                                     " (expected HOST, HOST:PORT or [IPv6]:PORT)");
+                command.peer = *peer;
+            },
+            "the host's name or address, with :PORT when not 47810")
+        ->required()
+        ->type_name("");
+    add_folder(join, command, "DIR", "game folder");
+    join.add_option_function<std::string>(
+            "--code",
+            [&command](const std::string& value) {
+                const auto code = parse_session_code(value);
+                if (!code)
+                    throw UsageError("--code must be the 24 characters the host printed");
+                command.code = *code;
+            },
+            "the session code the host printed")
+        ->required()
+        ->type_name("CODE");
+    add_common(join);
+}
+
 // Every subcommand and its options. A new subcommand: a CommandKind, an add_command here with its
 // options writing into `command`, and its case in the program's run().
 auto define_commands(CLI::App& app, Command& command) -> void {
@@ -128,6 +192,8 @@ auto define_commands(CLI::App& app, Command& command) -> void {
         ->required()
         ->type_name("");
     add_duration(watch, command);
+
+    add_network_commands(app, command);
 
     auto& demo = add_command(app, command, "demo", CommandKind::Demo,
                              "two simulated games in a whole session, shown live; writes a\n"
@@ -189,9 +255,10 @@ auto parse_command_line(std::span<const std::string_view> args) -> Command {
                  "game's executable); its exchange files lie in DIR/KorvathOnline, created when missing.",
                  "korvath-session");
     cli::configure_app(app, 30);
-    app.footer("relay and watch run until SIGINT/SIGTERM, or for S seconds. Each subcommand's arguments:\n"
+    app.footer("relay, watch, host and join run until SIGINT/SIGTERM, or for S seconds. Each subcommand's "
+               "arguments:\n"
                "korvath-session SUBCOMMAND --help.\n"
-               "Exit codes: 0 done, 1 a file could not be written, 2 bad arguments.");
+               "Exit codes: 0 done, 1 a file could not be written or the network not used, 2 bad arguments.");
     const CLI::Option* version = app.add_flag("--version")->description("print the version and exit");
     Command command;
     define_commands(app, command);

@@ -3,6 +3,8 @@
 
 #include "tools/session/demo/demo_plan.hpp"
 #include "tools/session/exchange/client_controls.hpp"
+#include "tools/session/net/host_address.hpp"
+#include "tools/session/net/session_code.hpp"
 
 #include <chrono>
 #include <filesystem>
@@ -15,16 +17,19 @@
 
 namespace korvath::session_tool {
 
-enum class CommandKind { Help, Version, Role, Enable, Stop, Resume, Relay, Watch, Demo };
+enum class CommandKind { Help, Version, Role, Enable, Stop, Resume, Relay, Watch, Demo, Host, Join };
 
 struct Command {
     CommandKind kind = CommandKind::Help;
     std::string helpText{}; // help
     std::vector<std::filesystem::path> gameDirs{};
     ClientRole role = ClientRole::ClientA;              // role
-    int hz = 0;                                         // relay; 0: its default
-    bool predict = true;                                // relay
-    std::optional<std::chrono::nanoseconds> duration{}; // relay, watch
+    int hz = 0;                                         // relay, host, join; 0: its default
+    bool predict = true;                                // relay, host, join
+    std::optional<std::chrono::nanoseconds> duration{}; // relay, watch, host, join
+    uint16_t port = kDefaultSessionPort;                // host
+    HostAddress peer{};                                 // join
+    SessionCode code{};                                 // join
     DemoOptions demo{};                                 // demo
 };
 

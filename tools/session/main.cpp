@@ -7,6 +7,7 @@
 #include "tools/session/exchange/exchange_names.hpp"
 #include "tools/session/link/periodic_loop.hpp"
 #include "tools/session/link/relay.hpp"
+#include "tools/session/net/network_commands.hpp"
 #include "tools/session/watch/terminal.hpp"
 #include "tools/session/watch/watch.hpp"
 
@@ -61,6 +62,13 @@ auto run(const tool::Command& command) -> int {
         tool::install_stop_handlers();
         return tool::run_relay(
             {command.gameDirs[0], command.gameDirs[1], command.hz, command.predict, command.duration},
+            std::cout);
+    case tool::CommandKind::Host:
+        return tool::run_host(
+            {command.gameDirs[0], command.port, command.hz, command.predict, command.duration}, std::cout);
+    case tool::CommandKind::Join:
+        return tool::run_join(
+            {command.peer, command.gameDirs[0], command.code, command.hz, command.predict, command.duration},
             std::cout);
     case tool::CommandKind::Watch: {
         tool::install_stop_handlers();

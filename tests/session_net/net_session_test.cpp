@@ -1,0 +1,265 @@
+#include "support/test_support.hpp"
+#include "support/udp_impairment_proxy.hpp"
+#include "tools/session/demo/child_process.hpp"
+#include "tools/session/exchange/exchange_names.hpp"
+#include "tools/session/net/net_session.hpp"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <functional>
+#include <random>
+#include <sstream>
+#include <thread>
+
+namespace st = korvath::session_tool;
+using korvath::test::Impairment;
+using korvath::test::read_file;
+using korvath::test::scratch_dir;
+using korvath::test::UdpImpairmentProxy;
+using korvath::test::write_file;
+using namespace std::chrono_literals;
+namespace fs = std::filesystem;
+
+namespace {
+
+const auto kCode = *st::parse_session_code("AAAA-BBBB-CCCC-DDDD-EEEE-FFFF");
+const auto kKey = st::derive_session_key(kCode);
+const auto kWrongKey = st::derive_session_key(*st::parse_session_code("AAAA-BBBB-CCCC-DDDD-EEEE-FFFG"));
+
+// A session in a thread of its own, told to stop with or without a goodbye; never longer than a minute.
+class RunningSession {
+public:
+    explicit RunningSession(st::NetSessionOptions options) {
+        options.stop = [this] { return m_stop.load(); };
+        options.abandon = [this] { return m_abandon.load(); };
+        options.duration = 60s;
+        m_session = std::make_unique<st::NetSession>(std::move(options));
+        m_thread = std::thread([this] { m_session->run(m_out); });
+    }
+    ~RunningSession() { finish(true); }
+    auto finish(bool goodbye) -> void {
+        (goodbye ? m_stop : m_abandon) = true;
+        if (m_thread.joinable())
+            m_thread.join();
+    }
+    auto port() const -> uint16_t { return m_session->local_port(); }
+    auto status() const -> st::NetStatus { return m_session->status(); }
+
+private:
+    std::atomic<bool> m_stop{false};
+    std::atomic<bool> m_abandon{false};
+    std::ostringstream m_out;
+    std::unique_ptr<st::NetSession> m_session;
+    std::thread m_thread;
+};
+
+auto options(st::PeerSide side, const fs::path& dir, const st::SessionKey& key,
+             std::optional<st::UdpEndpoint> host = std::nullopt) -> st::NetSessionOptions {
+    st::NetSessionOptions result;
+    result.side = side;
+    result.gameDir = dir;
+    result.key = key;
+    result.host = host;
+    return result;
+}
+
+auto write_local_state(const fs::path& dir, float x, uint64_t sequence) -> void {
+    const auto ms = std::chrono::duration_cast<std::chrono::milliseconds>(
+                        std::chrono::steady_clock::now().time_since_epoch())
+                        .count();
+    write_file(st::exchange_dir_of(dir) / st::kLocalStateFile, std::to_string(x) + "\t0\t100\t0\tMap_A\t" +
+                                                                   std::to_string(ms) + "\t" +
+                                                                   std::to_string(sequence) + "\n");
+}
+
+auto remote_row(const fs::path& dir) -> std::string {
+    std::error_code error;
+    const auto file = st::exchange_dir_of(dir) / st::kRemotePlayersFile;
+    return fs::exists(file, error) ? read_file(file) : std::string();
+}
+
+// The x of the remote row, when there is one.
+auto remote_x(const fs::path& dir) -> std::optional<double> {
+    const std::string row = remote_row(dir);
+    std::size_t field = 0, start = 0;
+    for (std::size_t index = 0; index < row.size(); ++index)
+        if (row[index] == '\t' && ++field == 2)
+            start = index + 1;
+        else if (row[index] == '\t' && field == 3)
+            return std::stod(row.substr(start, index - start));
+    return std::nullopt;
+}
+
+// Runs `step` every 10 ms until `done` holds or `limit` has passed; whether it held.
+auto poll_until(
+    std::chrono::milliseconds limit, const std::function<bool()>& done,
+    const std::function<void()>& step = [] {}) -> bool {
+    const auto end = std::chrono::steady_clock::now() + limit;
+    while (std::chrono::steady_clock::now() < end) {
+        step();
+        if (done())
+            return true;
+        std::this_thread::sleep_for(10ms);
+    }
+    return done();
+}
+
+} // namespace
+
+TEST(NetSession, HostAndJoinerTradePosesOverIpv4AndIpv6AndAGoodbyeIsSeenAtOnce) {
+    for (const char* loopback : {"127.0.0.1", "::1"}) {
+        SCOPED_TRACE(loopback);
+        const auto hostDir = scratch_dir(std::string("net-host-") + (loopback[0] == ':' ? "6" : "4"));
+        const auto joinDir = scratch_dir(std::string("net-join-") + (loopback[0] == ':' ? "6" : "4"));
+        uint64_t sequence = 0;
+        const auto keep_local_states = [&] {
+            ++sequence;
+            write_local_state(hostDir, 100.0F, sequence);
+            write_local_state(joinDir, -100.0F, sequence);
+        };
+        keep_local_states();
+        RunningSession host(options(st::PeerSide::Host, hostDir, kKey));
+        const st::UdpEndpoint hostAt(asio::ip::make_address(loopback), host.port());
+        const Impairment impairment{20ms, 10ms, 0.05};
+        UdpImpairmentProxy proxy(hostAt, impairment, impairment, 7);
+        RunningSession joiner(options(st::PeerSide::Joiner, joinDir, kKey, proxy.endpoint()));
+
+        ASSERT_TRUE(poll_until(
+            5s, [&] { return remote_x(hostDir) == -100.0 && remote_x(joinDir) == 100.0; },
+            keep_local_states));
+        EXPECT_TRUE(remote_row(hostDir).starts_with("player-join\tKESTREN JOINER\t"));
+        EXPECT_TRUE(remote_row(joinDir).starts_with("player-host\tKESTREN HOST\t"));
+        EXPECT_EQ(host.status().state, st::PeerState::Connected);
+        EXPECT_EQ(host.status().drops.total() - host.status().drops[st::DropKind::Late], 0U);
+
+        joiner.finish(true);
+        EXPECT_TRUE(poll_until(1s, [&] { return host.status().state == st::PeerState::Quit; }));
+        EXPECT_EQ(host.status().connections, 1U);
+        EXPECT_NE(st::format_net_status(host.status()).find("peer quit"), std::string::npos);
+    }
+}
+
+TEST(NetSession, AJoinerWithAWrongCodeNeverWritesAnythingAndIsCounted) {
+    const auto hostDir = scratch_dir("net-host"), joinDir = scratch_dir("net-join");
+    write_local_state(hostDir, 1.0F, 1);
+    write_local_state(joinDir, 2.0F, 1);
+    RunningSession host(options(st::PeerSide::Host, hostDir, kKey));
+    RunningSession joiner(options(st::PeerSide::Joiner, joinDir, kWrongKey,
+                                  st::UdpEndpoint(asio::ip::make_address("127.0.0.1"), host.port())));
+    EXPECT_TRUE(poll_until(3s, [&] { return host.status().drops[st::DropKind::Mac] >= 3; }));
+    joiner.finish(true);
+    EXPECT_EQ(host.status().state, st::PeerState::Waiting);
+    EXPECT_EQ(joiner.status().state, st::PeerState::Waiting);
+    EXPECT_EQ(host.status().drops.total(), host.status().drops[st::DropKind::Mac]);
+    EXPECT_FALSE(fs::exists(st::exchange_dir_of(hostDir) / st::kRemotePlayersFile));
+    EXPECT_FALSE(fs::exists(st::exchange_dir_of(joinDir) / st::kRemotePlayersFile));
+    EXPECT_NE(st::format_net_status(host.status()).find("mac "), std::string::npos);
+}
+
+// An attacker on the path sends forged, malformed and replayed packets as the joiner, and floods the
+// host from elsewhere, while the joiner walks along x: the host's row only ever moves forward, and
+// poses keep coming.
+TEST(NetSession, ForgedMalformedReplayedAndFloodedPacketsNeverReachTheRow) {
+    const auto hostDir = scratch_dir("net-host"), joinDir = scratch_dir("net-join");
+    float x = 0.0F;
+    uint64_t sequence = 0;
+    double lastX = -1.0;
+    bool backwards = false;
+    const auto walk = [&] {
+        write_local_state(joinDir, x += 1.0F, ++sequence);
+        write_local_state(hostDir, 0.0F, sequence);
+        if (const auto seen = remote_x(hostDir)) {
+            backwards = backwards || *seen < lastX;
+            lastX = *seen;
+        }
+    };
+    walk();
+    auto hostOptions = options(st::PeerSide::Host, hostDir, kKey);
+    hostOptions.predict = false;
+    RunningSession host(std::move(hostOptions));
+    const st::UdpEndpoint hostAt(asio::ip::make_address("127.0.0.1"), host.port());
+    UdpImpairmentProxy proxy(hostAt, {}, {}, 1);
+    RunningSession joiner(options(st::PeerSide::Joiner, joinDir, kKey, proxy.endpoint()));
+    ASSERT_TRUE(poll_until(
+        5s, [&] { return remote_x(hostDir).has_value(); }, walk));
+    ASSERT_TRUE(poll_until(
+        2s, [&] { return proxy.captured().size() >= 20; }, walk));
+
+    for (auto& old : proxy.captured())
+        proxy.inject(std::move(old));
+    st::Packet forged{.kind = st::PacketKind::Pose,
+                      .side = st::PeerSide::Joiner,
+                      .senderNonce = 1,
+                      .sequence = 1'000'000,
+                      .sentUs = 1'000'000,
+                      .pose = st::PosePayload{.takenUs = 1'000'000,
+                                              .pose = {.x = -666.0F, .mapName = "Map_A"},
+                                              .playerId = "x",
+                                              .displayName = "X"}};
+    for (int index = 0; index < 50; ++index)
+        proxy.inject(st::seal_packet(kWrongKey, forged));
+    forged.pose->pose.x = std::numeric_limits<float>::infinity();
+    for (int index = 0; index < 50; ++index)
+        proxy.inject(st::seal_packet(kKey, forged));
+
+    const uint64_t posesBefore = host.status().posesTaken;
+    asio::io_context io;
+    asio::ip::udp::socket flooder(io, st::UdpEndpoint(asio::ip::make_address("127.0.0.1"), 0));
+    std::mt19937 random(3);
+    std::vector<uint8_t> junk(600);
+    for (int index = 0; index < 20'000; ++index) {
+        for (auto& byte : junk)
+            byte = static_cast<uint8_t>(random());
+        asio::error_code ignored;
+        flooder.send_to(asio::buffer(junk.data(), 1 + random() % junk.size()), hostAt, 0, ignored);
+        if (index % 500 == 0)
+            walk();
+    }
+    EXPECT_TRUE(poll_until(
+        2s, [&] { return host.status().posesTaken > posesBefore + 10; }, walk));
+    poll_until(
+        300ms, [] { return false; }, walk);
+
+    const st::NetStatus status = host.status();
+    EXPECT_FALSE(backwards);
+    EXPECT_LT(status.longestPoseGap, 500ms);
+    EXPECT_EQ(status.state, st::PeerState::Connected);
+    EXPECT_GT(status.drops[st::DropKind::Address], 0U);
+    EXPECT_GE(status.drops[st::DropKind::Mac], 50U);
+    EXPECT_GE(status.drops[st::DropKind::Malformed], 50U);
+    EXPECT_GE(status.drops[st::DropKind::Late], 20U);
+    EXPECT_EQ(status.drops[st::DropKind::Replay], 0U);
+    std::cout << st::format_net_status(status) << "\n";
+}
+
+// The programs as a user runs them: the host prints its code and port, the joiner uses them; each
+// writes the other's pose into its own folder and both end after their --duration.
+TEST(NetSessionProcess, HostAndJoinLinkTwoFoldersOnLoopback) {
+    const fs::path program = fs::path(KORVATH_TOOLS_DIR) / ("korvath-session" KORVATH_EXECUTABLE_SUFFIX);
+    const auto root = scratch_dir("net-programs");
+    const auto hostDir = root / "host", joinDir = root / "join";
+    write_local_state(hostDir, 5.0F, 1);
+    write_local_state(joinDir, 7.0F, 1);
+    st::ChildProcess host(program, {"host", hostDir.string(), "--port", "0", "--duration", "4"},
+                          root / "host.log");
+    std::string code, port;
+    ASSERT_TRUE(poll_until(10s, [&] {
+        const std::string log = read_file(root / "host.log");
+        const auto codeAt = log.find("session code: "), portAt = log.find("on port ");
+        if (codeAt == std::string::npos || portAt == std::string::npos)
+            return false;
+        code = log.substr(codeAt + 14, 29);
+        port = log.substr(portAt + 8, log.find('\n', portAt) - portAt - 8);
+        return true;
+    })) << read_file(root / "host.log");
+    st::ChildProcess joiner(
+        program, {"join", "127.0.0.1:" + port, joinDir.string(), "--code", code, "--duration", "2"},
+        root / "join.log");
+    EXPECT_TRUE(poll_until(10s, [&] { return remote_x(hostDir) == 7.0 && remote_x(joinDir) == 5.0; }))
+        << read_file(root / "host.log") << read_file(root / "join.log");
+    EXPECT_EQ(joiner.wait(), 0);
+    EXPECT_EQ(host.wait(), 0);
+    EXPECT_NE(read_file(root / "host.log").find("peer quit"), std::string::npos)
+        << read_file(root / "host.log");
+}

@@ -1,0 +1,36 @@
+#pragma once
+// What the live status line of host and join shows, and the line itself.
+
+#include "tools/session/link/relay_link.hpp"
+#include "tools/session/net/drop_counts.hpp"
+
+#include <chrono>
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace korvath::session_tool {
+
+enum class PeerState { Waiting, Connected, Quit, Lost };
+
+struct NetStatus {
+    PeerState state = PeerState::Waiting;
+    std::string waitingFor;          // what a side without a peer does, in words
+    std::optional<std::string> peer; // address
+    std::optional<std::chrono::nanoseconds> roundTrip;
+    std::optional<double> loss; // 0..1
+    std::optional<std::chrono::nanoseconds> poseAge;
+    DropCounts drops;
+    uint64_t connections = 0;
+    uint64_t posesTaken = 0;  // new poses from the peer
+    uint64_t rowsWritten = 0; // into remote_players.tsv
+    uint64_t rowsFailed = 0;
+    RelayOutcome local = RelayOutcome::Missing; // this side's local_state.tsv
+    std::chrono::nanoseconds longestPoseGap{};  // between two poses of one connection
+};
+
+// One line without a line break, e.g. "peer 127.0.0.1:47810 | rtt 101 ms | loss 4.8% | pose 23 ms ago |
+// sending | dropped: address 0, mac 0, malformed 0, replay 0, late 3".
+auto format_net_status(const NetStatus& status) -> std::string;
+
+} // namespace korvath::session_tool

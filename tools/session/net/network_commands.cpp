@@ -1,0 +1,69 @@
+#include "tools/session/net/network_commands.hpp"
+
+#include "tools/session/link/periodic_loop.hpp"
+#include "tools/session/net/net_session.hpp"
+#include "tools/session/watch/terminal.hpp"
+
+#include <iostream>
+#include <stdexcept>
+#include <system_error>
+
+namespace korvath::session_tool {
+
+namespace {
+
+constexpr int kExitFailure = 1;
+
+auto session_options(PeerSide side, const std::filesystem::path& gameDir, const SessionCode& code, int poseHz,
+                     bool predict, std::optional<std::chrono::nanoseconds> duration) -> NetSessionOptions {
+    NetSessionOptions options;
+    options.side = side;
+    options.gameDir = gameDir;
+    options.key = derive_session_key(code);
+    options.poseHz = poseHz > 0 ? poseHz : kDefaultPoseHz;
+    options.predict = predict;
+    options.duration = duration;
+    options.stop = stop_requested;
+    options.liveStatus = stdout_is_terminal();
+    return options;
+}
+
+auto run_session(NetSessionOptions options, std::ostream& out, const std::string& opening) -> int {
+    install_stop_handlers();
+    try {
+        NetSession session(std::move(options));
+        out << opening;
+        return session.run(out);
+    } catch (const std::system_error& error) {
+        std::cerr << "korvath-session: error: cannot open the UDP socket: " << error.what() << "\n";
+        return kExitFailure;
+    }
+}
+
+} // namespace
+
+auto run_host(const HostCommand& command, std::ostream& out) -> int {
+    const SessionCode code = generate_session_code();
+    auto options = session_options(PeerSide::Host, command.gameDir, code, command.poseHz, command.predict,
+                                   command.duration);
+    options.port = command.port;
+    return run_session(std::move(options), out,
+                       "session code: " + format_session_code(code) +
+                           "\n(give it to the other player, with this machine's address)\n");
+}
+
+auto run_join(const JoinCommand& command, std::ostream& out) -> int {
+    UdpEndpoint host;
+    try {
+        host = resolve_host_address(command.host);
+    } catch (const std::runtime_error& error) {
+        std::cerr << "korvath-session: error: " << error.what() << "\n";
+        return kExitFailure;
+    }
+    auto options = session_options(PeerSide::Joiner, command.gameDir, command.code, command.poseHz,
+                                   command.predict, command.duration);
+    options.host = host;
+    return run_session(std::move(options), out, "joining " + format_endpoint(host) + "\n");
+}
+
+} // namespace korvath::session_tool
