@@ -51,8 +51,8 @@ auto parse_fault(std::string_view value) -> std::optional<FaultSetting> {
     return FaultSetting{*op, standin::Fault{*mode, fromCall}};
 }
 
-auto flags() -> const std::array<Flag, 14>& {
-    static const std::array<Flag, 14> table{{
+auto flags() -> const std::array<Flag, 15>& {
+    static const std::array<Flag, 15> table{{
         {"--game-dir", true,
          [](SimOptions& o, std::string_view v) -> std::optional<std::string> {
              if (v.empty())
@@ -154,6 +154,15 @@ auto flags() -> const std::array<Flag, 14>& {
              o.faults.push_back(*fault);
              return std::nullopt;
          }},
+        {"--control", true,
+         [](SimOptions& o, std::string_view v) -> std::
+                                                   optional<std::string> {
+                                                       if (v.empty())
+                                                           return "expected a file path";
+                                                       o.controlFile =
+                                                           std::filesystem::absolute(os::utf8_path(v));
+                                                       return std::nullopt;
+                                                   }},
         {"--world-log", true,
          [](SimOptions& o, std::string_view v) -> std::
                                                    optional<std::string> {
@@ -252,6 +261,9 @@ stop event), or for --duration seconds; then exits 0.
                           first move toward it
   --world-log FILE        every 100 ms one tab-separated line per actor: seconds, full name, class,
                           x, y, z, yaw, hidden, collision, tick, alive, steady clock seconds
+  --control FILE          take commands from FILE while running (the file is removed once read), one
+                          a line: 'fail OP=MODE' (from the next call on), 'clear' (all faults end),
+                          'map NAME' (a map change: the world and every actor in it are replaced)
   --help                  print this text
   --version               print the version
 )";

@@ -33,6 +33,7 @@ struct SimOptions {
     bool writeLocalState{true};
     std::vector<FaultSetting> faults;
     std::optional<std::filesystem::path> worldLog;
+    std::optional<std::filesystem::path> controlFile;
     bool latencyProbe{false};
 };
 

@@ -1,0 +1,78 @@
+#pragma once
+// What a soak run checks about one client, all along, from what it sees of the game: the world's
+// snapshots, the heartbeat's rewrites and the status reports. Times are seconds of the steady clock,
+// which the simulator's world log shares with this process. Each check counts what it looked at and
+// keeps the worst case, so a run ends with figures, not just a verdict.
+
+#include <cstdint>
+#include <deque>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace korvath::soak {
+
+struct CheckLimits {
+    double heartbeatGap = 1.5;     // seconds between two heartbeats at most
+    double reportLag = 1.0;        // a status may disagree with the world for this long
+    double observeDelay = 0.1;     // how late this process may see a report after it was written
+    int proxiesPerWorld = 1;       // living proxies in one world at most
+    std::size_t keptProblems = 20; // problems kept with their text; the rest are only counted
+};
+
+struct CheckFigures {
+    uint64_t worldSnapshots = 0;
+    uint64_t snapshotsWithProxy = 0;
+    int mostProxies = 0;
+    uint64_t heartbeats = 0;
+    double longestHeartbeatGap = 0.0;
+    uint64_t statusReports = 0;
+    uint64_t statusChecked = 0; // those whose window of the world has been seen whole
+    uint64_t problems = 0;
+};
+
+class ClientChecks {
+public:
+    ClientChecks(std::string name, CheckLimits limits = {})
+        : m_name(std::move(name))
+        , m_limits(limits) {}
+
+    // A snapshot of the world taken at `at` with `proxies` living proxies in it.
+    auto world(double at, int proxies) -> void;
+    // The heartbeat was seen rewritten at `at`.
+    auto heartbeat(double at) -> void;
+    // A new status report seen at `at`, saying `proxyActive`.
+    auto status(double at, bool proxyActive) -> void;
+    // Checks what can be checked up to `now`: the time since the last heartbeat, and the status reports
+    // whose window of world snapshots has passed.
+    auto settle(double now) -> void;
+    // Heartbeats are not expected while the game is knowingly held (a stopped process); resumes the
+    // count of the gap from `now`.
+    auto restart_heartbeat_watch(double now) -> void;
+
+    auto figures() const -> const CheckFigures& { return m_figures; }
+    auto problems() const -> const std::vector<std::string>& { return m_problems; }
+
+private:
+    struct Sample {
+        double at;
+        bool proxy;
+    };
+    struct PendingStatus {
+        double at;
+        bool proxyActive;
+    };
+    auto problem(double at, const std::string& what) -> void;
+    auto check_status(const PendingStatus& report) -> void;
+
+    std::string m_name;
+    CheckLimits m_limits;
+    CheckFigures m_figures;
+    std::vector<std::string> m_problems;
+    std::deque<Sample> m_samples;        // the world over the last few seconds
+    std::deque<PendingStatus> m_pending; // status reports waiting for the world after them
+    std::optional<double> m_lastHeartbeat;
+    bool m_heartbeatLate = false; // reported once per gap
+};
+
+} // namespace korvath::soak
