@@ -31,20 +31,44 @@ auto ClientChecks::world(double at, int proxies) -> void {
         m_figures.mostProxies = proxies;
     if (proxies > m_limits.proxiesPerWorld)
         problem(at, std::to_string(proxies) + " living proxies in one world");
+    if (!m_samples.empty() && at - m_samples.back().at > m_limits.stall)
+        stalled(m_samples.back().at, at);
     m_samples.push_back({at, proxies > 0});
+}
+
+auto ClientChecks::stalled(double from, double to) -> void {
+    ++m_figures.stalls;
+    m_figures.longestStall = std::max(m_figures.longestStall, to - from);
+    m_stalls.push_back({from, to});
+}
+
+auto ClientChecks::stall_within(double from, double to) const -> bool {
+    return std::any_of(m_stalls.begin(), m_stalls.end(),
+                       [&](const Span& stall) { return stall.to >= from && stall.from <= to; });
 }
 
 auto ClientChecks::heartbeat(double at) -> void {
     ++m_figures.heartbeats;
-    if (m_lastHeartbeat)
+    if (m_lastHeartbeat) {
         m_figures.longestHeartbeatGap = std::max(m_figures.longestHeartbeatGap, at - *m_lastHeartbeat);
+        if (at - *m_lastHeartbeat > m_limits.heartbeatGap)
+            m_gaps.push_back({*m_lastHeartbeat, at});
+        else
+            m_figures.longestUnexcusedHeartbeatGap =
+                std::max(m_figures.longestUnexcusedHeartbeatGap, at - *m_lastHeartbeat);
+    }
     m_lastHeartbeat = at;
-    m_heartbeatLate = false;
+    m_hungReported = false;
 }
 
-auto ClientChecks::restart_heartbeat_watch(double now) -> void {
-    m_lastHeartbeat = now;
-    m_heartbeatLate = false;
+auto ClientChecks::check_gap(const Span& gap) -> void {
+    if (stall_within(gap.from, gap.to)) {
+        ++m_figures.excusedHeartbeatGaps;
+        return;
+    }
+    m_figures.longestUnexcusedHeartbeatGap =
+        std::max(m_figures.longestUnexcusedHeartbeatGap, gap.to - gap.from);
+    problem(gap.to, "no heartbeat for " + seconds_text(gap.to - gap.from) + " s");
 }
 
 auto ClientChecks::status(double at, bool proxyActive) -> void {
@@ -58,6 +82,10 @@ auto ClientChecks::check_status(const PendingStatus& report) -> void {
     ++m_figures.statusChecked;
     const double from = report.at - m_limits.observeDelay - m_limits.reportLag;
     const double to = report.at + m_limits.reportLag;
+    if (stall_within(from, to)) {
+        ++m_figures.statusExcused;
+        return;
+    }
     const bool agrees = std::any_of(m_samples.begin(), m_samples.end(), [&](const Sample& sample) {
         return sample.at >= from && sample.at <= to && sample.proxy == report.proxyActive;
     });
@@ -68,21 +96,31 @@ auto ClientChecks::check_status(const PendingStatus& report) -> void {
 }
 
 auto ClientChecks::settle(double now) -> void {
-    if (m_lastHeartbeat && !m_heartbeatLate && now - *m_lastHeartbeat > m_limits.heartbeatGap) {
-        m_heartbeatLate = true;
-        m_figures.longestHeartbeatGap = std::max(m_figures.longestHeartbeatGap, now - *m_lastHeartbeat);
-        problem(now, "no heartbeat for more than " + seconds_text(m_limits.heartbeatGap) + " s");
+    if (m_lastHeartbeat && !m_hungReported && now - *m_lastHeartbeat > m_limits.hungAfter) {
+        m_hungReported = true;
+        problem(now, "no heartbeat for more than " + seconds_text(m_limits.hungAfter) + " s");
     }
-    // A report is judged once a world snapshot later than its window has arrived.
+    // A report or a gap is judged once a world snapshot well after it has arrived, so that a stall
+    // within it is known.
     const double lastSample = m_samples.empty() ? 0.0 : m_samples.back().at;
     while (!m_pending.empty() && lastSample > m_pending.front().at + m_limits.reportLag) {
         check_status(m_pending.front());
         m_pending.pop_front();
     }
-    const double keepFrom =
-        (m_pending.empty() ? lastSample : m_pending.front().at) - m_limits.reportLag - kKeptWorld;
+    while (!m_gaps.empty() && lastSample > m_gaps.front().to + m_limits.stall) {
+        check_gap(m_gaps.front());
+        m_gaps.pop_front();
+    }
+    double keepFrom = lastSample;
+    if (!m_pending.empty())
+        keepFrom = std::min(keepFrom, m_pending.front().at - m_limits.observeDelay - m_limits.reportLag);
+    if (!m_gaps.empty())
+        keepFrom = std::min(keepFrom, m_gaps.front().from);
+    keepFrom -= kKeptWorld;
     while (!m_samples.empty() && m_samples.front().at < keepFrom)
         m_samples.pop_front();
+    while (!m_stalls.empty() && m_stalls.front().to < keepFrom)
+        m_stalls.pop_front();
 }
 
 } // namespace korvath::soak

@@ -25,6 +25,7 @@ namespace {
 
 constexpr auto kLookPeriod = std::chrono::milliseconds(50); // how often the games are looked at
 constexpr double kFirstEventAt = 15.0;  // both sessions have started by then (relocation, 7 s wait)
+constexpr double kLateLook = 0.5;       // a look this much after the last one: a stall here
 constexpr int kBurstWritesPerLook = 50; // remote rows written per look during a burst, per side
 constexpr auto kStopGrace = std::chrono::milliseconds(5000);
 
@@ -183,7 +184,12 @@ auto SoakRun::run() -> int {
     double nextMemoryAt = m_start + 1.0, nextProgressAt = m_start + 60.0;
     const double endAt = m_start + m_options.seconds;
     auto next = Clock::now();
+    double lastLook = seconds_now();
     for (double now = seconds_now(); now < endAt; now = seconds_now()) {
+        if (now - lastLook > kLateLook)
+            for (int i = 0; i < 2; ++i)
+                client(i).checks().stalled(lastLook, now); // this process stood still: it saw nothing
+        lastLook = now;
         for (int i = 0; i < 2; ++i)
             if (const auto status = client(i).exited()) {
                 m_out << "soak: game " << client(i).files().name << " ended with status " << *status
@@ -231,7 +237,7 @@ auto SoakRun::finish(double now) -> int {
     m_active.clear();
     for (int i = 0; i < 2; ++i)
         client(i).observe(now);
-    char line[256];
+    char line[384];
     std::snprintf(line, sizeof line,
                   "soak: ran %.1f s; remote rows written %" PRIu64 " (%" PRIu64 " in bursts)\n",
                   now - m_start, m_remoteWrites, m_burstWrites);
@@ -263,11 +269,17 @@ auto SoakRun::finish(double now) -> int {
                       game.files().name.c_str(), f.worldSnapshots, f.snapshotsWithProxy,
                       game.proxy_appearances(), f.mostProxies);
         m_out << line;
+        std::snprintf(
+            line, sizeof line,
+            "soak: game %s: %" PRIu64 " heartbeats, longest gap %.3f s (%.3f s outside stalls, %" PRIu64
+            " late ones within stalls); %" PRIu64 " status reports, %" PRIu64
+            " checked against the world (%" PRIu64 " within stalls)\n",
+            game.files().name.c_str(), f.heartbeats, f.longestHeartbeatGap, f.longestUnexcusedHeartbeatGap,
+            f.excusedHeartbeatGaps, f.statusReports, f.statusChecked, f.statusExcused);
+        m_out << line;
         std::snprintf(line, sizeof line,
-                      "soak: game %s: %" PRIu64 " heartbeats, longest gap %.3f s; %" PRIu64
-                      " status reports, %" PRIu64 " checked against the world\n",
-                      game.files().name.c_str(), f.heartbeats, f.longestHeartbeatGap, f.statusReports,
-                      f.statusChecked);
+                      "soak: game %s: %" PRIu64 " stalls of the game or of this run, longest %.3f s\n",
+                      game.files().name.c_str(), f.stalls, f.longestStall);
         m_out << line;
         std::snprintf(line, sizeof line,
                       "soak: game %s: resident memory %.2f MiB after the warm-up, largest %.2f MiB, growth "

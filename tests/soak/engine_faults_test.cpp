@@ -1,0 +1,175 @@
+// Engine failures at each point of a running session, given to simulated games through their control
+// files: every failure mode of every engine operation, alone and paired with a failing destroy, held
+// while the proxy follows, while it is destroyed as stale and while it is spawned again, then cleared;
+// and the CLIENT_B relocation failing at start-up. Each game must live on, report what failed, never
+// hold two proxies, and have its proxy back once the engine works again.
+
+#include "soak/sim_game.hpp"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <map>
+#include <set>
+
+namespace korvath::test {
+namespace {
+
+namespace tool = session_tool;
+using namespace std::chrono_literals;
+using Errors = std::set<std::string>;
+
+constexpr std::array<std::string_view, 10> kSessionOps{
+    "controller", "class", "world", "spawn", "move", "destroy", "hidden", "collision", "tick", "fullname"};
+const std::vector<std::string> kModes{"missing", "false", "throw", "throw-unknown"};
+
+auto ready(SimGame& game) -> bool {
+    return game.proxies() == 1 && game.status_says("proxyActive=1");
+}
+
+// Watches the games for `span`: the distinct error reports each one wrote.
+auto watch(std::vector<std::unique_ptr<SimGame>>& games, std::vector<Errors>& errors,
+           std::chrono::milliseconds span) -> void {
+    wait_until(span, [&] {
+        for (std::size_t i = 0; i < games.size(); ++i)
+            if (const std::string error = games[i]->report("cpp_phase5g_error.txt"); !error.empty())
+                errors[i].insert(error);
+        return false;
+    });
+}
+
+// Every game holds a proxy; then each game's faults (lines of control commands) are held through the
+// proxy's following, its stale destruction and a new spawn, and cleared. Returns each game's errors.
+auto run_fault_cycle(std::vector<std::unique_ptr<SimGame>>& games, const std::vector<std::string>& faults)
+    -> std::vector<Errors> {
+    std::vector<Errors> errors(games.size());
+    const bool started = wait_until(25s, [&] {
+        return std::all_of(games.begin(), games.end(), [](auto& game) { return ready(*game); });
+    });
+    EXPECT_TRUE(started) << "the sessions did not start";
+    if (!started)
+        return errors;
+    for (std::size_t i = 0; i < games.size(); ++i)
+        EXPECT_TRUE(games[i]->command(faults[i])) << faults[i];
+    watch(games, errors, 600ms);
+    for (auto& game : games)
+        game->set_remote_fresh(false); // destroyed 3 s after the last good poll
+    watch(games, errors, 4500ms);
+    for (std::size_t i = 0; i < games.size(); ++i)
+        EXPECT_TRUE(games[i]->consistent()) << faults[i] << ": the world and the status disagree after "
+                                            << "the stale destruction";
+    for (auto& game : games)
+        game->set_remote_fresh(true);
+    watch(games, errors, 800ms);
+    for (auto& game : games)
+        EXPECT_TRUE(game->command("clear\n"));
+    for (std::size_t i = 0; i < games.size(); ++i) {
+        EXPECT_TRUE(wait_until(6s, [&] { return ready(*games[i]); }))
+            << faults[i] << ": no proxy after the fault was cleared";
+        EXPECT_LE(games[i]->most_proxies(), 1) << faults[i];
+        EXPECT_TRUE(games[i]->running()) << faults[i];
+    }
+    for (std::size_t i = 0; i < games.size(); ++i) {
+        EXPECT_EQ(games[i]->stop(), 0) << faults[i];
+        EXPECT_NE(games[i]->report("cpp_mod_unloaded.txt"), "") << faults[i];
+    }
+    return errors;
+}
+
+// The error reports one failing operation causes in the cycle. The lookups and the world query come
+// before the guarded spawn, so their exceptions go to the host and leave no report; a failure of the
+// controls or the name is reported by the action in which it happens.
+auto expected_errors(std::string_view op, std::string_view mode) -> Errors {
+    const bool throws = mode.starts_with("throw");
+    const auto thrown = [&](const std::string& action) -> Errors {
+        return {mode == "throw"
+                    ? action + " call threw an exception: simulated " + std::string(op) + " failure\n"
+                    : action + " call threw an unknown exception.\n"};
+    };
+    if (op == "controller" || op == "class")
+        return throws ? Errors{}
+                      : Errors{"The player controller or BP_PlayerCharacter_C class was not found.\n"};
+    if (op == "world")
+        return throws ? Errors{} : Errors{"The active player controller returned a null world.\n"};
+    if (op == "spawn")
+        return throws ? thrown("Spawn") : Errors{"UWorld::SpawnActor returned null.\n"};
+    if (op == "move")
+        return throws ? thrown("Movement") : Errors{};
+    if (op == "destroy" || op == "fullname")
+        return throws ? thrown("Destroy") : Errors{};
+    return throws ? thrown("Spawn") : Errors{}; // the three controls
+}
+
+auto mode_name(const ::testing::TestParamInfo<std::string>& info) -> std::string {
+    return info.param == "throw-unknown" ? "throw_unknown" : info.param;
+}
+
+class EngineFault : public ::testing::TestWithParam<std::string> {};
+
+TEST_P(EngineFault, AloneWhileFollowingDestroyingAndSpawning) {
+    const fs::path dir = scratch_dir("engine-fault-" + GetParam());
+    std::vector<std::unique_ptr<SimGame>> games;
+    std::vector<std::string> faults;
+    for (const std::string_view op : kSessionOps) {
+        games.push_back(std::make_unique<SimGame>(dir / op, tool::ClientRole::ClientA));
+        faults.push_back("fail " + std::string(op) + "=" + GetParam() + "\n");
+    }
+    const auto errors = run_fault_cycle(games, faults);
+    for (std::size_t i = 0; i < kSessionOps.size(); ++i)
+        EXPECT_EQ(errors[i], expected_errors(kSessionOps[i], GetParam())) << faults[i];
+}
+
+TEST_P(EngineFault, PairedWithAFailingDestroy) {
+    const fs::path dir = scratch_dir("engine-fault-pair-" + GetParam());
+    std::vector<std::unique_ptr<SimGame>> games;
+    std::vector<std::string> faults;
+    for (const std::string_view op : kSessionOps) {
+        if (op == "destroy")
+            continue;
+        games.push_back(std::make_unique<SimGame>(dir / op, tool::ClientRole::ClientA));
+        faults.push_back("fail " + std::string(op) + "=" + GetParam() + "\nfail destroy=throw\n");
+    }
+    const auto errors = run_fault_cycle(games, faults);
+    for (std::size_t i = 0; i < games.size(); ++i)
+        EXPECT_TRUE(std::any_of(errors[i].begin(), errors[i].end(), [](const std::string& e) {
+            return e.starts_with("Destroy call threw");
+        })) << faults[i];
+}
+
+INSTANTIATE_TEST_SUITE_P(EachMode, EngineFault, ::testing::ValuesIn(kModes), mode_name);
+
+// CLIENT_B's relocation fails at start-up; once the engine works, the session goes on. A failed move is
+// final (the pawn stays where it is); a pawn that could not be found is looked for again.
+TEST(EngineFaults, RelocationFailsAtStartUpAndTheSessionGoesOn) {
+    const fs::path dir = scratch_dir("relocation-faults");
+    std::vector<std::unique_ptr<SimGame>> games;
+    std::vector<std::string> faults;
+    for (const char* op : {"relocate", "pawn"})
+        for (const std::string& mode : kModes) {
+            faults.push_back(std::string(op) + "=" + mode);
+            games.push_back(std::make_unique<SimGame>(dir / faults.back(), tool::ClientRole::ClientB,
+                                                      std::vector<std::string>{"--fail", faults.back()}));
+        }
+    std::this_thread::sleep_for(3s); // the relocation is due 2 s after the engine is ready
+    for (auto& game : games)
+        EXPECT_TRUE(game->command("clear\n"));
+    const std::map<std::string, std::string> errors{
+        {"relocate=missing", "Client B local pawn relocation returned false.\n"},
+        {"relocate=false", "Client B local pawn relocation returned false.\n"},
+        {"relocate=throw", "Client B local pawn relocation threw an exception: simulated relocate failure\n"},
+        {"relocate=throw-unknown", "Client B local pawn relocation threw an unknown exception.\n"}};
+    for (std::size_t i = 0; i < games.size(); ++i) {
+        SimGame& game = *games[i];
+        EXPECT_TRUE(wait_until(15s, [&] { return ready(game); })) << faults[i] << ": no session";
+        const auto error = errors.find(faults[i]);
+        EXPECT_EQ(game.report("cpp_phase5g_error.txt"), error == errors.end() ? "" : error->second)
+            << faults[i];
+        // A pawn found later is moved aside after all.
+        EXPECT_EQ(game.report("cpp_phase5g_client_spawn.txt").empty(), error != errors.end()) << faults[i];
+        EXPECT_LE(game.most_proxies(), 1) << faults[i];
+        EXPECT_EQ(game.stop(), 0) << faults[i];
+    }
+}
+
+} // namespace
+} // namespace korvath::test
