@@ -5,12 +5,14 @@
 // hold two proxies, and have its proxy back once the engine works again.
 
 #include "soak/sim_game.hpp"
+#include "support/test_support.hpp"
 
 #include <gtest/gtest.h>
 
 #include <array>
 #include <map>
 #include <set>
+#include <thread>
 
 namespace korvath::test {
 namespace {
