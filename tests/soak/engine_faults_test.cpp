@@ -1,5 +1,6 @@
 // Engine failures at each point of a running session, given to simulated games through their control
-// files: every failure mode of every engine operation, alone and paired with a failing destroy, held
+// files: every failure mode of every engine operation, alone and paired with a destroy failing the same
+// way, held
 // while the proxy follows, while it is destroyed as stale and while it is spawned again, then cleared;
 // and the CLIENT_B relocation failing at start-up. Each game must live on, report what failed, never
 // hold two proxies, and have its proxy back once the engine works again.
@@ -97,7 +98,10 @@ auto expected_errors(std::string_view op, std::string_view mode) -> Errors {
         return throws ? thrown("Spawn") : Errors{"UWorld::SpawnActor returned null.\n"};
     if (op == "move")
         return throws ? thrown("Movement") : Errors{};
-    if (op == "destroy" || op == "fullname")
+    if (op == "destroy")
+        return throws ? thrown("Destroy")
+                      : Errors{"Destroy call returned but the proxy is still in the world.\n"};
+    if (op == "fullname")
         return throws ? thrown("Destroy") : Errors{};
     return throws ? thrown("Spawn") : Errors{}; // the three controls
 }
@@ -129,7 +133,8 @@ TEST_P(EngineFault, PairedWithAFailingDestroy) {
         if (op == "destroy")
             continue;
         games.push_back(std::make_unique<SimGame>(dir / op, tool::ClientRole::ClientA));
-        faults.push_back("fail " + std::string(op) + "=" + GetParam() + "\nfail destroy=throw\n");
+        faults.push_back("fail " + std::string(op) + "=" + GetParam() + "\nfail destroy=" + GetParam() +
+                         "\n");
     }
     const auto errors = run_fault_cycle(games, faults);
     for (std::size_t i = 0; i < games.size(); ++i)
