@@ -141,6 +141,7 @@ TEST(ExchangeFaults, FileInPlaceOfTheDirectoryAtStartAndMidSession) {
     std::this_thread::sleep_for(4s); // the remote player goes stale and the proxy is destroyed
     EXPECT_TRUE(sim.running());
     EXPECT_EQ(sim.proxies(), 0);
+    set_file_age(game / "KorvathOnline.away" / "remote_players.tsv", 60); // comes back stale
     fs::remove(exchange);
     fs::rename(game / "KorvathOnline.away", exchange);
     EXPECT_TRUE(heartbeat_comes(sim));
