@@ -178,5 +178,30 @@ TEST(EngineFaults, RelocationFailsAtStartUpAndTheSessionGoesOn) {
     }
 }
 
+// A map change tears the proxy down with its world, while the remote player is fresh (the proxy comes
+// back in the new world at once) and while it is stale (the status must not go on claiming a proxy).
+// Then the game is unloaded with its proxy standing: a clean exit, the unload report, nothing left over.
+TEST(EngineFaults, MapChangeDestroysTheProxyAndUnloadingLeavesItStanding) {
+    const fs::path dir = scratch_dir("map-change");
+    SimGame game(dir / "game", tool::ClientRole::ClientA);
+    ASSERT_TRUE(wait_until(20s, [&] { return ready(game); }));
+    for (const bool fresh : {true, false, true}) {
+        game.set_remote_fresh(fresh);
+        ASSERT_TRUE(game.command(fresh ? "map Map_B\n" : "map Map_C\n"));
+        EXPECT_TRUE(wait_until(1s, [&] { return game.proxies() == (fresh ? 1 : 0); })) << fresh;
+        std::this_thread::sleep_for(1200ms); // a status report written since
+        EXPECT_TRUE(game.consistent()) << (fresh ? "fresh" : "stale") << " remote player";
+        if (!fresh) {
+            game.set_remote_fresh(true);
+            EXPECT_TRUE(wait_until(2s, [&] { return ready(game); }));
+        }
+    }
+    EXPECT_LE(game.most_proxies(), 1);
+    EXPECT_EQ(game.stop(), 0) << game.log();
+    EXPECT_NE(game.report("cpp_mod_unloaded.txt"), "");
+    EXPECT_EQ(game.proxies(), 1); // unloading leaves the proxy to the engine
+    EXPECT_EQ(game.report("cpp_mod_unloaded.txt.tmp"), "");
+}
+
 } // namespace
 } // namespace korvath::test
