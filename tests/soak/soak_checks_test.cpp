@@ -92,16 +92,20 @@ TEST(SoakChecks, WorldLogSnapshotsCountProxiesNotThePawn) {
         "0.200\tBP_PlayerCharacter_C /Map_A.BP_PlayerCharacter_C_2147480001" +
         row +
         "0\t50.2\n"
+        "0.200\tBP_PlayerCharacter_C /Map_A.BP_PlayerCharacter_C_2147480003" +
+        row +
+        "1\t50.2001\n" // a second snapshot within the same millisecond, after a stall
         "0.300\tBP_PlayerCharacter_C /Map_B.BP_PlayerCharacter_C_0" +
         row +
         "1\t50.3\n"
         "0.300\tBP_PlayerCharacter_C /Map_A.BP_Player";
     reader.feed(log.substr(0, 150), sink); // lines arrive in pieces
     reader.feed(log.substr(150), sink);
-    ASSERT_EQ(seen.size(), 2u); // the third snapshot is not known to be whole yet
+    ASSERT_EQ(seen.size(), 3u); // the last snapshot is not known to be whole yet
     EXPECT_DOUBLE_EQ(seen[0].at, 50.1);
     EXPECT_EQ(seen[0].proxies, 0);
     EXPECT_EQ(seen[1].proxies, 1);
+    EXPECT_EQ(seen[2].proxies, 1);
 }
 
 TEST(SoakChecks, ResidentMemoryFromProcStatus) {

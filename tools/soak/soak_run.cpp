@@ -75,6 +75,7 @@ private:
     std::array<uint64_t, kEventKinds> m_eventCounts{};
     uint64_t m_remoteWrites = 0;
     uint64_t m_burstWrites = 0;
+    std::array<std::size_t, 2> m_problemsShown{}; // kept problems already printed with the progress
     double m_start = 0.0;
 };
 
@@ -220,8 +221,14 @@ auto SoakRun::run() -> int {
             uint64_t problems = 0;
             for (int i = 0; i < 2; ++i)
                 problems += client(i).checks().figures().problems;
-            m_out << "soak: " << static_cast<int>(now - m_start) << " s, " << problems << " problems\n"
-                  << std::flush;
+            m_out << "soak: " << static_cast<int>(now - m_start) << " s, " << problems << " problems\n";
+            for (int i = 0; i < 2; ++i) {
+                const auto& kept = client(i).checks().problems();
+                for (std::size_t& shown = m_problemsShown[static_cast<std::size_t>(i)]; shown < kept.size();
+                     ++shown)
+                    m_out << "soak: problem: " << kept[shown] << "\n";
+            }
+            m_out << std::flush;
             nextProgressAt += 60.0;
         }
         next += kLookPeriod;

@@ -49,13 +49,15 @@ auto WorldSnapshots::take_line(std::string_view line, const Sink& sink) -> void 
     const auto fields = session_tool::split_tab_fields(line);
     if (fields.size() != kFieldCount)
         return;
-    if (fields[0] != m_current) {
+    // A snapshot is told by its steady-clock time: after a stall the simulator may take two within one
+    // millisecond, which the seconds field cannot tell apart.
+    const std::string& clock = fields[kFieldCount - 1];
+    if (clock != m_current) {
         if (!m_current.empty())
             sink(m_snapshot);
-        m_current = fields[0];
+        m_current = clock;
         m_snapshot = WorldSnapshot{};
     }
-    const std::string& clock = fields[kFieldCount - 1];
     std::from_chars(clock.data(), clock.data() + clock.size(), m_snapshot.at);
     if (fields[2] == kCharacterClass && fields[10] == "1" &&
         !std::string_view(fields[1]).ends_with(kPawnName))

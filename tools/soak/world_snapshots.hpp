@@ -32,7 +32,7 @@ private:
 
     std::string m_partial;
     std::uintmax_t m_offset = 0;
-    std::string m_current; // the first field of the snapshot being gathered
+    std::string m_current; // the steady-clock field of the snapshot being gathered
     WorldSnapshot m_snapshot;
 };
 
