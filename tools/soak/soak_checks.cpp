@@ -96,7 +96,8 @@ auto ClientChecks::check_status(const PendingStatus& report) -> void {
 }
 
 auto ClientChecks::settle(double now) -> void {
-    if (m_lastHeartbeat && !m_hungReported && now - *m_lastHeartbeat > m_limits.hungAfter) {
+    if (m_lastHeartbeat && !m_hungReported && now - *m_lastHeartbeat > m_limits.hungAfter &&
+        !stall_within(*m_lastHeartbeat, now)) {
         m_hungReported = true;
         problem(now, "no heartbeat for more than " + seconds_text(m_limits.hungAfter) + " s");
     }

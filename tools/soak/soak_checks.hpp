@@ -23,7 +23,7 @@ struct CheckLimits {
     double reportLag = 1.0;        // a status may disagree with the world for this long
     double observeDelay = 0.1;     // how late this process may see a report after it was written
     double stall = 0.5;            // a gap between world snapshots (10 a second) longer than this is a stall
-    double hungAfter = 10.0;       // no heartbeat for this long is a fault whatever the stalls
+    double hungAfter = 10.0;       // no heartbeat for this long while the game runs: it hangs
     int proxiesPerWorld = 1;       // living proxies in one world at most
     std::size_t keptProblems = 20; // problems kept with their text; the rest are only counted
 };
