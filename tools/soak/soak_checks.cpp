@@ -23,7 +23,7 @@ auto ClientChecks::problem(double at, const std::string& what) -> void {
         m_problems.push_back(m_name + " at " + seconds_text(at) + ": " + what);
 }
 
-auto ClientChecks::world(double at, int proxies) -> void {
+auto ClientChecks::world(double at, int proxies, const std::string& proxy) -> void {
     ++m_figures.worldSnapshots;
     if (proxies > 0)
         ++m_figures.snapshotsWithProxy;
@@ -33,6 +33,9 @@ auto ClientChecks::world(double at, int proxies) -> void {
         problem(at, std::to_string(proxies) + " living proxies in one world");
     if (!m_samples.empty() && at - m_samples.back().at > m_limits.stall)
         stalled(m_samples.back().at, at);
+    if (!m_samples.empty() && !proxy.empty() && !m_lastProxy.empty() && proxy != m_lastProxy)
+        m_samples.push_back({(m_samples.back().at + at) / 2, false});
+    m_lastProxy = proxy;
     m_samples.push_back({at, proxies > 0});
 }
 

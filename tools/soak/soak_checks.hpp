@@ -50,8 +50,10 @@ public:
         : m_name(std::move(name))
         , m_limits(limits) {}
 
-    // A snapshot of the world taken at `at` with `proxies` living proxies in it.
-    auto world(double at, int proxies) -> void;
+    // A snapshot of the world taken at `at` with `proxies` living proxies in it, one of them named
+    // `proxy`. A proxy of another name than the last snapshot's was spawned after the last one went:
+    // for a moment in between there was none.
+    auto world(double at, int proxies, const std::string& proxy = {}) -> void;
     // The heartbeat was seen rewritten at `at`.
     auto heartbeat(double at) -> void;
     // A new status report seen at `at`, saying `proxyActive`.
@@ -90,6 +92,7 @@ private:
     std::deque<PendingStatus> m_pending; // status reports waiting for the world after them
     std::deque<Span> m_stalls;           // recent stalls
     std::deque<Span> m_gaps;             // long heartbeat gaps waiting for the world after them
+    std::string m_lastProxy;
     std::optional<double> m_lastHeartbeat;
     bool m_hungReported = false; // once per gap
 };

@@ -39,7 +39,7 @@ auto SoakClient::start(const session_tool::DemoPrograms& programs, const std::ve
 
 auto SoakClient::observe(double now) -> void {
     m_world.read_more(m_files.worldLog, [&](const WorldSnapshot& snapshot) {
-        m_checks.world(snapshot.at, snapshot.proxies);
+        m_checks.world(snapshot.at, snapshot.proxies, snapshot.proxy);
         if (snapshot.proxies > 0 && !m_proxySeen)
             ++m_appearances;
         m_proxySeen = snapshot.proxies > 0;

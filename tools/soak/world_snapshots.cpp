@@ -60,8 +60,10 @@ auto WorldSnapshots::take_line(std::string_view line, const Sink& sink) -> void 
     }
     std::from_chars(clock.data(), clock.data() + clock.size(), m_snapshot.at);
     if (fields[2] == kCharacterClass && fields[10] == "1" &&
-        !std::string_view(fields[1]).ends_with(kPawnName))
+        !std::string_view(fields[1]).ends_with(kPawnName)) {
         ++m_snapshot.proxies;
+        m_snapshot.proxy = fields[1];
+    }
 }
 
 } // namespace korvath::soak

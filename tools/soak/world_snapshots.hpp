@@ -16,6 +16,7 @@ namespace korvath::soak {
 struct WorldSnapshot {
     double at = 0.0; // steady clock seconds
     int proxies = 0;
+    std::string proxy; // the full name of a living proxy; empty when there is none
 };
 
 class WorldSnapshots {
