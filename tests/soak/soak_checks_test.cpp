@@ -50,6 +50,22 @@ TEST(SoakChecks, StatusMustMatchTheWorldWithinOneSecond) {
     }
 }
 
+// A map change replaced the proxy between two snapshots, 100 ms apart; a status written in between said
+// proxyActive=0. That is no fault; the same status with the same proxy in both snapshots is.
+TEST(SoakChecks, ProxyReplacedBetweenSnapshotsWasAbsentForAMoment) {
+    for (const bool replaced : {true, false}) {
+        ClientChecks checks("B");
+        for (int tick = 0; tick <= 40; ++tick) {
+            const double at = tick / 10.0;
+            checks.world(at, 1, replaced && tick > 20 ? "proxy-2" : "proxy-1");
+            if (tick == 20)
+                checks.status(at + 0.05, false);
+            checks.settle(at);
+        }
+        EXPECT_EQ(checks.figures().problems, replaced ? 0u : 1u) << replaced;
+    }
+}
+
 // Heartbeats at 0, 1, 4 (3 s late), 5, 7.5 (late, but the game stood still from 6 to 7) and 8.5; two
 // proxies at 1 s.
 TEST(SoakChecks, LateHeartbeatsAreProblemsUnlessTheGameStoodStill) {
