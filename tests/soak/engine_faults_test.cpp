@@ -177,7 +177,17 @@ TEST(EngineFaults, RelocationFailsAtStartUpAndTheSessionGoesOn) {
             games.push_back(std::make_unique<SimGame>(dir / faults.back(), tool::ClientRole::ClientB,
                                                       std::vector<std::string>{"--fail", faults.back()}));
         }
-    std::this_thread::sleep_for(3s); // the relocation is due 2 s after the engine is ready
+    // The relocation is due 2 s after the engine is ready: a failed move leaves its report; a missing
+    // pawn leaves nothing to see, so those games get 3 s more once their engine is ready.
+    EXPECT_TRUE(wait_until(20s, [&] {
+        for (std::size_t i = 0; i < games.size(); ++i)
+            if (faults[i].starts_with("relocate")
+                    ? games[i]->report("cpp_phase5g_error.txt").empty()
+                    : games[i]->report("cpp_heartbeat.txt").find("unrealReady=1") == std::string::npos)
+                return false;
+        return true;
+    }));
+    std::this_thread::sleep_for(3s);
     for (auto& game : games)
         EXPECT_TRUE(game->command("clear\n"));
     const std::map<std::string, std::string> errors{
