@@ -57,8 +57,16 @@ auto relocate_client_b() -> void {
 
     LocalPlayerState local;
     AActor* pawn = nullptr;
-    if (read_local_state(local))
-        pawn = static_cast<AActor*>(RC::Unreal::UObjectGlobals::FindFirstOf(L"BP_PlayerCharacter_C"));
+    try {
+        if (read_local_state(local))
+            pawn = static_cast<AActor*>(RC::Unreal::UObjectGlobals::FindFirstOf(L"BP_PlayerCharacter_C"));
+    } catch (...) {
+        // The exception goes on to the host, but the relocation stays open: with the command still
+        // counted as queued, the controller would never post it again, and CLIENT_B's session would
+        // wait for a relocation that neither succeeds nor fails.
+        clientBRelocationQueued.exchange(false);
+        throw;
+    }
     if (pawn == nullptr) {
         clientBRelocationQueued.exchange(false); // the controller may post the command again
         return;

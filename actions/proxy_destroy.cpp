@@ -51,6 +51,13 @@ auto destroy_proxy(const char* reason) -> void {
         log_to_console(L"[KorvathOnlineCpp] Phase 5G destroying real-client proxy: {}\n",
                        actor->GetFullName());
         actor->K2_DestroyActor();
+        if (live_proxy_actor() == actor) {
+            // The engine kept the actor (the call has no result to say so): it stays the proxy, so that
+            // proxyActive matches the world and no second proxy is spawned beside it. The controller
+            // asks again while the proxy is still to go.
+            write_error_report("Destroy call returned but the proxy is still in the world.");
+            return;
+        }
         mark_proxy_gone();
         write_destroy_report(reason);
         log_to_console(

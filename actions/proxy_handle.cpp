@@ -24,6 +24,11 @@ auto is_proxy_leftover() -> bool {
     return proxyLeftover;
 }
 
+auto note_vanished_proxy() -> void {
+    if (proxyActor != nullptr && !proxyLeftover && proxyActive.load() && live_proxy_actor() == nullptr)
+        proxyActive.exchange(false);
+}
+
 auto live_proxy_actor() -> RC::Unreal::AActor* {
     if (proxyActor == nullptr || proxyActorHandle.Get() != proxyActor)
         return nullptr;

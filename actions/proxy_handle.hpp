@@ -21,4 +21,9 @@ auto is_proxy_leftover() -> bool;
 // proxyActor while the engine still holds it; null when there is no proxy or it has vanished.
 auto live_proxy_actor() -> RC::Unreal::AActor*;
 
+// Clears proxyActive when the engine has removed the proxy on its own, so the reports stop claiming it
+// at once rather than when the next command comes (none comes while the remote player is stale). The
+// reference stays: the next SyncProxy or DestroyProxy accounts for the vanished proxy as before.
+auto note_vanished_proxy() -> void;
+
 } // namespace korvath

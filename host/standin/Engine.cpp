@@ -78,6 +78,7 @@ auto Engine::reset() -> void {
     for (auto& count : m_calls)
         count = 0;
     m_journal.clear();
+    m_keepJournal = true;
     for (auto& callback : m_callbacks)
         callback = nullptr;
     m_callbackCount.store(0);
@@ -220,6 +221,11 @@ auto Engine::journal() const -> std::vector<std::string> {
     return m_journal;
 }
 
+auto Engine::keep_journal(bool keep) -> void {
+    std::lock_guard lock(m_mutex);
+    m_keepJournal = keep;
+}
+
 auto Engine::declare_game_thread() -> void {
     m_gameThread.store(std::this_thread::get_id());
 }
@@ -243,7 +249,8 @@ auto Engine::enter(Op op, std::string journalEntry) -> FaultMode {
         std::lock_guard lock(m_mutex);
         const auto i = static_cast<std::size_t>(op);
         const uint64_t call = ++m_calls[i];
-        m_journal.push_back(std::move(journalEntry));
+        if (m_keepJournal)
+            m_journal.push_back(std::move(journalEntry));
         if (m_faults[i].mode != FaultMode::None && call >= m_faults[i].fromCall)
             mode = m_faults[i].mode;
     }

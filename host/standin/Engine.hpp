@@ -121,8 +121,10 @@ public:
     auto inspect(const AActor* actor) const -> ActorState;
     auto actors() const -> std::vector<AActor*>;
     auto spawned_actors() const -> std::vector<AActor*>;
-    // One entry per engine call the mod made, e.g. "SetActorHiddenInGame(0)".
+    // One entry per engine call the mod made, e.g. "SetActorHiddenInGame(0)". A long-running simulator
+    // turns it off, so its memory does not grow with every call; reset() turns it on again.
     auto journal() const -> std::vector<std::string>;
+    auto keep_journal(bool keep) -> void;
 
     // Engine objects may be touched only on the game thread; once the calling thread is declared as
     // it, a call from any other thread aborts the process (it is a bug of the caller). The thread is
@@ -166,6 +168,7 @@ private:
     Fault m_faults[kOpCount]{};
     uint64_t m_calls[kOpCount]{};
     std::vector<std::string> m_journal;
+    bool m_keepJournal{true};
     std::atomic<std::thread::id> m_gameThread{};
 
     static constexpr std::size_t kMaxCallbacks = 16;

@@ -79,6 +79,22 @@ TEST_F(ClientBRelocation, NothingMovesForClientAOrWithoutPawnOrUsableLocalState)
     }
 }
 
+// The pawn lookup raising left the command counted as queued, so the controller never posted it again and
+// CLIENT_B's session waited for ever once the engine had recovered.
+TEST_F(ClientBRelocation, PawnLookupExceptionReachesTheHostAndLeavesTheRelocationOpen) {
+    for (const FaultMode mode : {FaultMode::Throw, FaultMode::ThrowUnknown}) {
+        standin::engine().set_fault(Op::Pawn, Fault{mode, standin::engine().calls(Op::Pawn) + 1});
+        local_state(kRow);
+        clientBRelocationQueued.store(true);
+        EXPECT_ANY_THROW(relocate_client_b());
+        EXPECT_FALSE(clientBRelocationQueued || clientBSpawnAdjusted || clientBSpawnAdjustFailed);
+        expect_untouched();
+    }
+    standin::engine().clear_faults();
+    relocate_client_b();
+    EXPECT_TRUE(clientBSpawnAdjusted);
+}
+
 TEST_F(ClientBRelocation, FailedMoveIsReportedAndNeverCountsAsDone) {
     for (const auto& [mode, error] :
          {std::pair{FaultMode::False, "Client B local pawn relocation returned false."},

@@ -53,6 +53,28 @@ TEST_F(Dispatch, CommandRunsOnceAndTheLastPostWins) {
     EXPECT_FALSE(journal_has("K2_SetActorLocationAndRotation"));
 }
 
+// With the remote player stale no command comes, so a proxy that a map change took away stayed reported
+// as active until the stale destruction three seconds later.
+TEST_F(Dispatch, ProxyRemovedByTheEngineIsNoLongerReportedActiveWithoutACommand) {
+    post_game_thread_command(GameThreadCommand::SyncProxy);
+    on_game_thread_process_event(nullptr, nullptr, nullptr);
+    ASSERT_TRUE(proxyActive.load());
+    for (int call = 0; call < 64; ++call)
+        on_game_thread_process_event(nullptr, nullptr, nullptr);
+    EXPECT_TRUE(proxyActive.load()); // still there
+
+    game = standin::engine().change_map(game, L"Map_B");
+    for (int call = 0; call < 64; ++call)
+        on_game_thread_process_event(nullptr, nullptr, nullptr);
+    EXPECT_FALSE(proxyActive.load());
+    EXPECT_FALSE(proxyDestroyed.load()); // the mod destroyed nothing
+
+    post_game_thread_command(GameThreadCommand::SyncProxy); // a new proxy in the new world
+    on_game_thread_process_event(nullptr, nullptr, nullptr);
+    EXPECT_TRUE(proxyActive.load());
+    EXPECT_EQ(standin::engine().inspect(proxyActor).world, game.world);
+}
+
 TEST_F(Dispatch, DestroyReasonFollowsTheKillSwitchWhenTaken) {
     EXPECT_STREQ(destroy_reason(), "remote-player-stale");
     killSwitchEngaged.store(true);

@@ -30,7 +30,7 @@ auto run_game_thread(const GameThreadPlan& plan, StopFlag& stop, HookGuard& proc
     auto& engine = standin::engine();
     engine.declare_game_thread();
 
-    const standin::Pose startPose = engine.inspect(plan.pawn).pose;
+    const standin::Pose startPose = engine.inspect(plan.control->pawn()).pose;
     Walker walker(plan.walk, Point2{startPose.x, startPose.y});
     const bool walking = plan.walk.kind != WalkPlan::Kind::Stand;
     const auto framePeriod = to_duration(1 / kFrameHz);
@@ -45,16 +45,17 @@ auto run_game_thread(const GameThreadPlan& plan, StopFlag& stop, HookGuard& proc
     uint64_t calls = 0;
     run_every(wakePeriod, stop, [&] {
         const auto now = SteadyClock::now();
+        plan.control->poll(now);
         if (hz > 0) {
             const auto due =
                 static_cast<uint64_t>(std::chrono::duration<double>(now - start).count() * hz) + 1;
             if (due > calls + maxBacklog)
                 calls = due - maxBacklog;
             for (; calls < due; ++calls)
-                processEvent.run([&] { engine.process_event(plan.caller); });
+                processEvent.run([&] { engine.process_event(plan.control->controller()); });
         }
         if (walking && now - lastFrame >= framePeriod) {
-            walk_pawn(walker, plan.pawn, std::chrono::duration<double>(now - lastFrame).count());
+            walk_pawn(walker, plan.control->pawn(), std::chrono::duration<double>(now - lastFrame).count());
             lastFrame = now;
             if (plan.frames)
                 plan.frames->mark(now);

@@ -6,6 +6,7 @@
 
 #include "tools/sim/frame_clock.hpp"
 #include "tools/sim/hook_guard.hpp"
+#include "tools/sim/sim_control.hpp"
 #include "tools/sim/stop_flag.hpp"
 #include "tools/sim/walker.hpp"
 #include <cstdint>
@@ -15,9 +16,8 @@ namespace korvath::sim {
 struct GameThreadPlan {
     double processEventHz{}; // 0: no ProcessEvent calls
     WalkPlan walk;
-    standin::AActor* pawn{};    // the local pawn
-    standin::UObject* caller{}; // the object the engine's ProcessEvent calls are made on
-    FrameClock* frames{};       // marked after each walk step, when set
+    SimControl* control{}; // the world: the local pawn, and the controller that ProcessEvent is called on
+    FrameClock* frames{};  // marked after each walk step, when set
 };
 
 inline constexpr double kFrameHz = 60;

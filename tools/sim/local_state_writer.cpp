@@ -17,14 +17,14 @@ auto local_state_row(const standin::Pose& pose, const std::string& mapName, int6
     return row + mapName + "\t" + std::to_string(sampleMs) + "\t" + std::to_string(sequence) + "\n";
 }
 
-LocalStateWriter::LocalStateWriter(std::filesystem::path exchangeDir, std::string mapName)
-    : m_path(exchangeDir / "local_state.tsv")
-    , m_mapName(std::move(mapName)) {}
+LocalStateWriter::LocalStateWriter(std::filesystem::path exchangeDir)
+    : m_path(exchangeDir / "local_state.tsv") {}
 
-auto LocalStateWriter::write(const standin::Pose& pose, SteadyClock::time_point sampledAt) -> bool {
+auto LocalStateWriter::write(const standin::Pose& pose, const std::string& mapName,
+                             SteadyClock::time_point sampledAt) -> bool {
     const auto sampleMs =
         std::chrono::duration_cast<std::chrono::milliseconds>(sampledAt.time_since_epoch()).count();
-    const std::string row = local_state_row(pose, m_mapName, sampleMs, ++m_sequence);
+    const std::string row = local_state_row(pose, mapName, sampleMs, ++m_sequence);
     // Creates the exchange directory when the mod has not yet written its first report.
     return session_tool::write_file_atomically(m_path, row);
 }

@@ -20,15 +20,15 @@ auto local_state_row(const standin::Pose& pose, const std::string& mapName, int6
 
 class LocalStateWriter {
 public:
-    LocalStateWriter(std::filesystem::path exchangeDir, std::string mapName);
+    explicit LocalStateWriter(std::filesystem::path exchangeDir);
 
-    // Writes the row for `pose`, taken at `sampledAt`, numbered one above the last row written;
-    // false when the file could not be replaced.
-    auto write(const standin::Pose& pose, SteadyClock::time_point sampledAt) -> bool;
+    // Writes the row for `pose` on map `mapName`, taken at `sampledAt`, numbered one above the last row
+    // written; false when the file could not be replaced.
+    auto write(const standin::Pose& pose, const std::string& mapName, SteadyClock::time_point sampledAt)
+        -> bool;
 
 private:
     std::filesystem::path m_path;
-    std::string m_mapName;
     uint64_t m_sequence = 0;
 };
 

@@ -10,6 +10,7 @@
 #include "tools/sim/mod_host.hpp"
 #include "tools/sim/options.hpp"
 #include "tools/sim/periodic.hpp"
+#include "tools/sim/sim_control.hpp"
 #include "tools/sim/simulated_world.hpp"
 #include "tools/sim/termination.hpp"
 #include "tools/sim/tracker_mode.hpp"
@@ -109,18 +110,19 @@ auto run(const SimOptions& options, const std::vector<std::string>& args) -> int
         });
     }
     FrameClock frames;
-    const GameThreadPlan gamePlan{options.processEventHz, options.walk, world.pawn, world.controller,
-                                  &frames};
+    SimControl control(options.controlFile, world, options.mapName);
+    const GameThreadPlan gamePlan{options.processEventHz, options.walk, &control, &frames};
     uint64_t processEventCalls = 0;
     threads.emplace_back([&] { processEventCalls = run_game_thread(gamePlan, stop, processEventGuard); });
     // The outside process's tracker of the local pawn, and the world trace.
     threads.emplace_back([&] {
-        LocalStateWriter localState(options.gameDir / "KorvathOnline", options.mapName);
+        LocalStateWriter localState(options.gameDir / "KorvathOnline");
         run_every(to_duration(1 / kObserverHz), stop, [&] {
             if (options.writeLocalState && !tracker) {
                 standin::Pose pose;
-                const auto frame = frames.stamped([&] { pose = standin::engine().inspect(world.pawn).pose; });
-                localState.write(pose, frame.value_or(SteadyClock::now()));
+                const auto frame =
+                    frames.stamped([&] { pose = standin::engine().inspect(control.pawn()).pose; });
+                localState.write(pose, control.map_name(), frame.value_or(SteadyClock::now()));
             }
             if (worldLog)
                 worldLog->snapshot(seconds_since(start));

@@ -189,6 +189,11 @@ auto define_options(CLI::App& app, SimOptions& o) -> void {
               "every 50 ms one tab-separated line per actor: seconds, full name, class,\n"
               "x, y, z, yaw, hidden, collision, tick, alive, steady clock seconds",
               [&o](std::string_view v) { return absolute_path(o.worldLog, v, "expected a file path"); });
+    add_value(app, "--control", "FILE",
+              "take commands from FILE while running (the file is removed once read), one\n"
+              "a line: 'fail OP=MODE' (from the next call on), 'clear' (all faults end),\n"
+              "'map NAME' (a map change: the world and every actor in it are replaced)",
+              [&o](std::string_view v) { return absolute_path(o.controlFile, v, "expected a file path"); });
 }
 
 } // namespace

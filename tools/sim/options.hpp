@@ -34,6 +34,7 @@ struct SimOptions {
     bool tracker{false}; // the pose tracker script writes the local state, not the simulator
     std::vector<FaultSetting> faults;
     std::optional<std::filesystem::path> worldLog;
+    std::optional<std::filesystem::path> controlFile;
     bool latencyProbe{false};
 };
 

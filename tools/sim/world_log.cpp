@@ -24,7 +24,11 @@ auto WorldLog::snapshot(double secondsSinceStart) -> void {
     const double monotonic =
         std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
     for (const auto* actor : standin::engine().actors()) {
+        if (m_endLogged.contains(actor))
+            continue;
         const standin::ActorState state = standin::engine().inspect(actor);
+        if (!state.alive)
+            m_endLogged.insert(actor);
         std::fprintf(m_file, "%.3f\t%s\t%s\t%.3f\t%.3f\t%.3f\t%.3f\t%d\t%d\t%d\t%d\t%.6f\n",
                      secondsSinceStart, standin::to_utf8(state.fullName).c_str(),
                      standin::to_utf8(state.className).c_str(), state.pose.x, state.pose.y, state.pose.z,

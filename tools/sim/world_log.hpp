@@ -1,11 +1,13 @@
 #pragma once
 // A trace of the simulated world for tests and soak runs: per snapshot, one tab-separated line per
-// actor ever created: seconds since start, full name, class, x, y, z, yaw, hidden, collision, tick,
-// alive (flags as 0/1), and the steady clock's time in seconds, which lines up the logs of games
-// running side by side.
+// living actor, and one more for an actor in the first snapshot after its end (so a long run's log does
+// not grow with every actor it ever had): seconds since start, full name, class, x, y, z, yaw, hidden,
+// collision, tick, alive (flags as 0/1), and the steady clock's time in seconds, which lines up the logs of
+// games running side by side.
 
 #include <cstdio>
 #include <filesystem>
+#include <unordered_set>
 
 namespace korvath::sim {
 
@@ -22,6 +24,7 @@ public:
 
 private:
     std::FILE* m_file;
+    std::unordered_set<const void*> m_endLogged; // actors whose end is in the log already
 };
 
 } // namespace korvath::sim

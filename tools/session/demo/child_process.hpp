@@ -31,6 +31,8 @@ public:
     auto wait() -> int;
     // Sends SIGTERM, waits up to `grace`, then SIGKILL. Returns the exit status.
     auto terminate(std::chrono::milliseconds grace) -> int;
+    // The process id on POSIX, the process handle on Windows.
+    auto native_handle() const -> std::intptr_t { return m_process; }
 
 private:
     // The process id on POSIX; the process handle on Windows, with the handle of its job.
