@@ -61,7 +61,7 @@ help=$(cd "$root" && "$wine" ./korvath-session.exe --help </dev/null 2>&1) || {
     exit 1
 }
 case "$help" in
-*"usage: korvath-session SUBCOMMAND"*) ;;
+*"Usage: korvath-session"*) ;;
 *) echo "package: unexpected output of korvath-session.exe --help:" >&2; echo "$help" >&2; exit 1 ;;
 esac
 # The archive holds the layout and nothing else.
