@@ -168,6 +168,9 @@ TEST_P(NetGames, ProxiesFollowAcrossAnImpairedLinkAndTheOtherSideGoesStaleWhenTh
     EXPECT_GT(stats.count, 20U);
     EXPECT_LT(stats.mean, 20.0);
     EXPECT_LT(stats.max, 100.0); // 50 on a quiet machine; a loaded one adds short stalls
+    // The joiner's own desync figure, from its mod's status reports, agrees with the world logs.
+    ASSERT_TRUE(linkStatus.desync) << st::format_net_status(linkStatus);
+    EXPECT_LT(linkStatus.desync->mean, 30.0);
     EXPECT_EQ(b.summary().destroyReason, "remote-player-stale");
     EXPECT_LT(destroyed, 6.0);
     if (GetParam().goodbye) {

@@ -75,12 +75,19 @@ TEST(NetPoseFlow, PredictedRowsLeadThePoseByItsAgeAcrossTheNetwork) {
                                    .displayName = "P"};
         writer.take(pose, takenUs + 5'000, 50ms, 1s + index * 100ms + 55ms);
     }
-    // At the last arrival the pose is 55 ms old; the row leads it by that and the mod's follow lag.
-    ASSERT_EQ(writer.write(1s + 455ms), st::WriteOutcome::Written);
-    const auto row = read_file(st::exchange_dir_of(dir) / st::kRemotePlayersFile);
-    const float x = std::stof(row.substr(row.find("P\t") + 2));
-    const double lead = std::chrono::duration<double>(55ms + st::mod_follow_lag()).count();
-    EXPECT_NEAR(x, 120.0 + 300.0 * lead, 1.0) << row;
+    // At the last arrival the pose is 55 ms old. The row leads it by that and the mod's delivery until
+    // the game shows a proxy, then by the mod's whole follow lag.
+    for (const bool shown : {false, true}) {
+        if (shown)
+            write_file(st::exchange_dir_of(dir) / st::kSpawnReport, "spawned\n");
+        ASSERT_EQ(writer.write(1s + 455ms), st::WriteOutcome::Written);
+        const auto row = read_file(st::exchange_dir_of(dir) / st::kRemotePlayersFile);
+        const float x = std::stof(row.substr(row.find("P\t") + 2));
+        const double lead =
+            std::chrono::duration<double>(55ms + (shown ? st::mod_follow_lag() : st::mod_spawn_lag()))
+                .count();
+        EXPECT_NEAR(x, 120.0 + 300.0 * lead, 1.0) << row;
+    }
 }
 
 TEST(NetLossMeter, CountsTheGapsInEachWindow) {

@@ -16,9 +16,10 @@ inline constexpr std::string_view kRoleFile = "phase5g-role.txt";
 inline constexpr std::string_view kEnableMarker = "phase5g.enable_once.txt";
 inline constexpr std::string_view kStopMarker = "phase5g.stop.txt";
 
-// Event reports of the mod.
+// Event reports of the mod, and its status report.
 inline constexpr std::string_view kSpawnReport = "cpp_phase5g_spawn.txt";
 inline constexpr std::string_view kDestroyReport = "cpp_phase5g_destroy.txt";
+inline constexpr std::string_view kStatusReport = "cpp_phase5g_status.txt";
 
 // The suffix of the temporary file of an atomic write, as the mod also uses it.
 inline constexpr std::string_view kTemporarySuffix = ".tmp";

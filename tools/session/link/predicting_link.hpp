@@ -3,9 +3,8 @@
 // and every call writes the predicted pose, so the row the mod reads is never older than the relay's
 // period. Without prediction it writes the sample as it is, like relay_local_state.
 
-#include "tools/session/link/pose_predictor.hpp"
 #include "tools/session/link/relay_link.hpp"
-#include "tools/session/link/sample_clock.hpp"
+#include "tools/session/link/row_predictor.hpp"
 
 #include <chrono>
 #include <filesystem>
@@ -18,7 +17,7 @@ public:
     PredictingLink(RelayLink link, bool predict, PredictorSettings settings = {})
         : m_link(std::move(link))
         , m_predict(predict)
-        , m_predictor(settings) {}
+        , m_row(m_link.toGameDir, settings) {}
 
     // `fileNow` on the file clock (for the file's age), `now` on the relay's monotonic clock. A sample
     // counts as new when its sequence number changed, or, without stamps, when the file was rewritten;
@@ -31,8 +30,7 @@ public:
 private:
     RelayLink m_link;
     bool m_predict;
-    PosePredictor m_predictor;
-    SampleClock m_clock;
+    RowPredictor m_row;
     std::optional<SampleStamp> m_lastStamp;
     std::optional<std::filesystem::file_time_type> m_lastWrite;
 };

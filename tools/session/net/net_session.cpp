@@ -1,7 +1,9 @@
 #include "tools/session/net/net_session.hpp"
 
+#include "tools/session/exchange/exchange_names.hpp"
 #include "tools/session/net/local_pose_source.hpp"
 #include "tools/session/net/remote_pose_writer.hpp"
+#include "tools/session/watch/proxy_report.hpp"
 
 #include <algorithm>
 #include <array>
@@ -22,6 +24,10 @@ constexpr int kGoodbyeCopies = 3; // a goodbye is sent this often, against loss
 
 auto clock_now() -> nanoseconds {
     return std::chrono::duration_cast<nanoseconds>(Clock::now().time_since_epoch());
+}
+
+auto in_seconds(nanoseconds at) -> double {
+    return std::chrono::duration<double>(at).count();
 }
 
 auto side_identity(PeerSide side) -> std::pair<std::string, std::string> {
@@ -62,8 +68,22 @@ auto NetSession::update_status(nanoseconds now) -> void {
         m_status.peer = format_endpoint(*peer);
     }
     m_status.poseAge = m_lastPoseAt ? std::optional<nanoseconds>(now - *m_lastPoseAt) : std::nullopt;
+    m_status.desync = m_desync.figures(in_seconds(now));
     const std::lock_guard lock(m_statusMutex);
     m_shared = m_status;
+}
+
+// The mod rewrites its status report once a second: the proxy it shows then, placed on the loop's clock
+// by the report's age.
+auto NetSession::measure_desync(nanoseconds now) -> void {
+    const auto report =
+        read_if_rewritten(exchange_dir_of(m_options.gameDir) / kStatusReport, m_statusReportSeen);
+    if (!report)
+        return;
+    if (const auto proxy = shown_proxy_position(report->first)) {
+        const auto age = std::filesystem::file_time_type::clock::now() - report->second;
+        m_desync.add_proxy(in_seconds(now - std::chrono::duration_cast<nanoseconds>(age)), *proxy);
+    }
 }
 
 auto NetSession::run(std::ostream& out) -> int {
@@ -125,8 +145,13 @@ auto NetSession::run(std::ostream& out) -> int {
             }
             if (reception.pose) {
                 const auto shortest = m_link.round_trip().shortest();
-                writer.take(*reception.pose, reception.sentUs,
-                            shortest ? std::optional<nanoseconds>(*shortest / 2) : std::nullopt, now);
+                const auto takenAt =
+                    writer.take(*reception.pose, reception.sentUs,
+                                shortest ? std::optional<nanoseconds>(*shortest / 2) : std::nullopt, now);
+                if (takenAt) {
+                    const PlayerPose& pose = reception.pose->pose;
+                    m_desync.add_player(in_seconds(*takenAt), {pose.x, pose.y, pose.z});
+                }
                 if (m_lastPoseAt)
                     m_status.longestPoseGap = std::max(m_status.longestPoseGap, now - *m_lastPoseAt);
                 m_lastPoseAt = now;
@@ -151,6 +176,7 @@ auto NetSession::run(std::ostream& out) -> int {
             nextWrite = std::max(nextWrite + writePeriod, now);
         }
         if (now >= nextShare) {
+            measure_desync(now);
             update_status(now);
             nextShare = std::max(nextShare + kSharedStatusPeriod, now);
         }
@@ -168,12 +194,13 @@ auto NetSession::run(std::ostream& out) -> int {
         const nanoseconds wake = std::min({nextSend, nextWrite, nextStatus, nextShare, end});
         m_socket.wait_readable(std::min(wake - clock_now(), nanoseconds(std::chrono::milliseconds(20))));
     }
+    // The last status is the link as it stood, before the goodbye forgets the peer.
+    update_status(clock_now());
     if (!abandoned) {
         const auto bye = m_link.farewell(clock_now());
         for (int copy = 0; copy < kGoodbyeCopies && bye; ++copy)
             send(bye);
     }
-    update_status(clock_now());
     event(std::string(abandoned ? "abandoned" : "stopped") + "; " + format_net_status(m_status));
     return 0;
 }

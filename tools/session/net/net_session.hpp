@@ -48,6 +48,7 @@ public:
 
 private:
     auto update_status(std::chrono::nanoseconds now) -> void;
+    auto measure_desync(std::chrono::nanoseconds now) -> void;
 
     NetSessionOptions m_options;
     UdpSocket m_socket;
@@ -57,6 +58,8 @@ private:
     NetStatus m_status;
     NetStatus m_shared; // the copy under m_statusMutex
     std::optional<std::chrono::nanoseconds> m_lastPoseAt;
+    DesyncMeter m_desync; // seconds on the loop's clock
+    std::optional<std::filesystem::file_time_type> m_statusReportSeen;
 };
 
 } // namespace korvath::session_tool

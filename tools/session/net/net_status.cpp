@@ -42,6 +42,12 @@ auto format_net_status(const NetStatus& status) -> std::string {
             line += " | loss ?";
         }
         line += status.poseAge ? " | pose " + milliseconds_text(*status.poseAge) + " ago" : " | no pose";
+        if (status.desync) {
+            char text[64];
+            std::snprintf(text, sizeof text, " | desync %.1f avg, %.1f max", status.desync->mean,
+                          status.desync->max);
+            line += text;
+        }
         break;
     case PeerState::Quit:
         line = "peer quit; " + status.waitingFor;

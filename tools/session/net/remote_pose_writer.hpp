@@ -3,8 +3,7 @@
 // pose predictor, and the predicted pose written into this game's remote_players.tsv. When no pose has
 // come for kRemotePoseTimeout, nothing more is written, so the mod sees the file go stale.
 
-#include "tools/session/link/pose_predictor.hpp"
-#include "tools/session/link/sample_clock.hpp"
+#include "tools/session/link/row_predictor.hpp"
 #include "tools/session/net/packet.hpp"
 
 #include <chrono>
@@ -35,9 +34,9 @@ public:
                               PredictorSettings settings = network_predictor_settings());
 
     // A pose the peer sent at `sentUs` (its clock), received at `now`; `oneWay` is the estimated network
-    // delay, when known.
+    // delay, when known. Returns when the pose was taken, on this side's clock, if it is a new sample.
     auto take(const PosePayload& pose, int64_t sentUs, std::optional<std::chrono::nanoseconds> oneWay,
-              std::chrono::nanoseconds now) -> void;
+              std::chrono::nanoseconds now) -> std::optional<std::chrono::nanoseconds>;
     // Writes the row for `now`: Idle when there is no pose or the last is older than the timeout.
     auto write(std::chrono::nanoseconds now) -> WriteOutcome;
     // Forgets the peer (it quit or was lost): nothing more is written until the next pose.
@@ -48,8 +47,7 @@ public:
 private:
     std::filesystem::path m_file;
     bool m_predict;
-    PosePredictor m_predictor;
-    SampleClock m_clock;
+    RowPredictor m_row;
     std::optional<PosePayload> m_latest;
     std::optional<std::chrono::nanoseconds> m_lastPoseAt;
 };
