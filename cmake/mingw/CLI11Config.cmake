@@ -1,10 +1,7 @@
-# CLI11 for the MinGW build: header-only. Only a folder holding the `CLI` headers goes on the include
-# path, never the build machine's whole /usr/include.
+# CLI11 for the MinGW build: header-only.
+include(${CMAKE_CURRENT_LIST_DIR}/../MingwSystemHeaders.cmake)
 if(NOT TARGET CLI11::CLI11)
-    set(_korvath_cli11_root ${CMAKE_BINARY_DIR}/cli11-headers)
-    file(MAKE_DIRECTORY ${_korvath_cli11_root})
-    file(CREATE_LINK /usr/include/CLI ${_korvath_cli11_root}/CLI SYMBOLIC)
     add_library(CLI11::CLI11 INTERFACE IMPORTED GLOBAL)
-    target_include_directories(CLI11::CLI11 SYSTEM INTERFACE ${_korvath_cli11_root})
+    korvath_use_system_headers(CLI11::CLI11 CLI)
 endif()
 set(CLI11_FOUND TRUE)

@@ -1,10 +1,8 @@
 #include "tools/soak/world_snapshots.hpp"
 
-#include "tools/platform/os.hpp"
 #include "tools/session/exchange/text_fields.hpp"
 
 #include <charconv>
-#include <cstdio>
 
 namespace korvath::soak {
 
@@ -13,36 +11,15 @@ namespace {
 constexpr std::size_t kFieldCount = 12;
 constexpr std::string_view kCharacterClass = "BP_PlayerCharacter_C";
 constexpr std::string_view kPawnName = "BP_PlayerCharacter_C_0";
-constexpr std::size_t kLongestLine = 4096; // a longer partial line is garbage and dropped
 
 } // namespace
 
 auto WorldSnapshots::feed(std::string_view bytes, const Sink& sink) -> void {
-    m_partial.append(bytes);
-    std::size_t start = 0;
-    for (std::size_t end; (end = m_partial.find('\n', start)) != std::string::npos; start = end + 1)
-        take_line(std::string_view(m_partial).substr(start, end - start), sink);
-    m_partial.erase(0, start);
-    if (m_partial.size() > kLongestLine)
-        m_partial.clear();
+    m_tail.feed(bytes, [&](std::string_view line) { take_line(line, sink); });
 }
 
 auto WorldSnapshots::read_more(const std::filesystem::path& path, const Sink& sink) -> bool {
-    std::FILE* file = os::open_file(path, "rb");
-    if (!file)
-        return false;
-    bool ok = std::fseek(file, static_cast<long>(m_offset), SEEK_SET) == 0;
-    char buffer[16384];
-    while (ok) {
-        const std::size_t count = std::fread(buffer, 1, sizeof buffer, file);
-        m_offset += count;
-        feed(std::string_view(buffer, count), sink);
-        if (count < sizeof buffer)
-            break;
-    }
-    ok = ok && std::ferror(file) == 0;
-    std::fclose(file);
-    return ok;
+    return m_tail.read_more(path, [&](std::string_view line) { take_line(line, sink); });
 }
 
 auto WorldSnapshots::take_line(std::string_view line, const Sink& sink) -> void {

@@ -4,7 +4,8 @@
 // living character other than the local pawn, which the simulated engine always names
 // BP_PlayerCharacter_C_0 (a map change gives the new world a new pawn of the same name).
 
-#include <cstdint>
+#include "tools/session/exchange/log_tail.hpp"
+
 #include <filesystem>
 #include <functional>
 #include <optional>
@@ -31,8 +32,7 @@ public:
 private:
     auto take_line(std::string_view line, const Sink& sink) -> void;
 
-    std::string m_partial;
-    std::uintmax_t m_offset = 0;
+    session_tool::LogTail m_tail;
     std::string m_current; // the steady-clock field of the snapshot being gathered
     WorldSnapshot m_snapshot;
 };

@@ -1,10 +1,8 @@
 #include "tools/session/demo/world_trace.hpp"
 
-#include "tools/platform/os.hpp"
 #include "tools/session/exchange/text_fields.hpp"
 
 #include <charconv>
-#include <cstdio>
 
 namespace korvath::session_tool {
 
@@ -21,29 +19,11 @@ auto parse_number(const std::string& text, double& value) -> bool {
 } // namespace
 
 auto WorldTrace::feed(std::string_view bytes) -> void {
-    m_partial.append(bytes);
-    std::size_t start = 0;
-    for (std::size_t end; (end = m_partial.find('\n', start)) != std::string::npos; start = end + 1)
-        take_line(std::string_view(m_partial).substr(start, end - start));
-    m_partial.erase(0, start);
+    m_tail.feed(bytes, [this](std::string_view line) { take_line(line); });
 }
 
 auto WorldTrace::read_more(const std::filesystem::path& path) -> bool {
-    std::FILE* file = os::open_file(path, "rb");
-    if (!file)
-        return false;
-    bool ok = std::fseek(file, static_cast<long>(m_offset), SEEK_SET) == 0;
-    char buffer[16384];
-    while (ok) {
-        const std::size_t count = std::fread(buffer, 1, sizeof buffer, file);
-        m_offset += count;
-        feed(std::string_view(buffer, count));
-        if (count < sizeof buffer)
-            break;
-    }
-    ok = ok && std::ferror(file) == 0;
-    std::fclose(file);
-    return ok;
+    return m_tail.read_more(path, [this](std::string_view line) { take_line(line); });
 }
 
 auto WorldTrace::take_line(std::string_view line) -> void {

@@ -4,7 +4,8 @@
 // simulator started, full name, class, x, y, z, yaw, hidden, collision, tick, alive; then, from newer
 // simulators, the steady clock in seconds).
 
-#include <cstdint>
+#include "tools/session/exchange/log_tail.hpp"
+
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -22,8 +23,7 @@ struct TraceSample {
 
 class WorldTrace {
 public:
-    // Takes the next bytes of the log; a line is used once its line feed has arrived. Lines that do not
-    // parse are skipped.
+    // Takes the next bytes of the log; lines that do not parse are skipped.
     auto feed(std::string_view bytes) -> void;
     // Reads what `path` holds beyond what was read before. False when the file cannot be read.
     auto read_more(const std::filesystem::path& path) -> bool;
@@ -37,8 +37,7 @@ public:
 private:
     auto take_line(std::string_view line) -> void;
 
-    std::string m_partial;
-    std::uintmax_t m_offset = 0;
+    LogTail m_tail;
     std::string m_pawnName;
     std::vector<TraceSample> m_pawn;
     std::vector<TraceSample> m_proxy;
