@@ -7,16 +7,19 @@ cd "$(dirname "$0")/.."
 
 ./tools/install-deps.sh
 
+# Each stage's heading says how far into the run it starts.
+stage() { echo "=== $* (at $((SECONDS / 60)) min $((SECONDS % 60)) s)"; }
+
 run_preset() {
     local preset=$1
-    echo "=== $preset: configure, build, test"
+    stage "$preset: configure, build, test"
     cmake --preset "$preset" >/dev/null
     cmake --build --preset "$preset" -j "$(nproc)"
     ctest --preset "$preset"
 }
 
 ./tools/check-format.sh
-echo "=== fuzz: build, then each target for 10 s"
+stage "fuzz: build, then each target for 10 s"
 ./tools/fuzz.sh 10
 run_preset ci
 # Two minutes of the soak beside the sanitizer builds: it sleeps most of the time, and a starved game
@@ -26,14 +29,14 @@ build/ci/tools/korvath-soak --seconds 120 --seed "${KORVATH_SOAK_SEED:-1}" >"$so
 soak_pid=$!
 run_preset asan
 run_preset tsan
-echo "=== soak (120 s, ci build)"
+stage "soak (120 s, ci build)"
 soak_status=0
 wait "$soak_pid" || soak_status=$?
 cat "$soak_log"
 rm -f "$soak_log"
 [ "$soak_status" -eq 0 ]
-echo "=== mingw: configure, build, test under Wine"
+stage "mingw: configure, build, test under Wine"
 cmake --preset mingw >/dev/null
 cmake --build --preset mingw -j "$(nproc)"
 ./tools/wine-tests.sh
-echo "=== all tests passed"
+stage "all tests passed"
