@@ -1,40 +1,17 @@
-// Splitting of table lines and the number rules shared by both input tables.
+// The number rules shared by both input tables. The splitting of their lines is covered by the tables
+// of both readers.
 
 #include "exchange/text_fields.hpp"
 
 #include <gtest/gtest.h>
 
-#include <array>
 #include <optional>
 #include <string>
-#include <vector>
 
 namespace korvath::test {
 namespace {
 
-using Fields = std::vector<std::string>;
 using namespace std::string_literals;
-
-TEST(TextFields, SplitsOnSingleTabsWithoutTrailingEmptyField) {
-    const std::pair<std::string, Fields> cases[] = {{"", {}},
-                                                    {"whole line", {"whole line"}},
-                                                    {"a\t\tb", {"a", "", "b"}},
-                                                    {"a\tb\t", {"a", "b"}},
-                                                    {"\t", {""}},
-                                                    {"\t\t", {"", ""}},
-                                                    {"\ta", {"", "a"}},
-                                                    {"a b\r", {"a b\r"}},
-                                                    {"n\0ul\tx"s, {"n\0ul"s, "x"}}};
-    for (const auto& [line, fields] : cases) {
-        EXPECT_EQ(split_tab_fields(line), fields) << testing::PrintToString(line);
-        // The copy-free split agrees on every field it has room for, and on the count.
-        std::array<std::string_view, 2> views;
-        const std::size_t count = split_tab_field_views(line, views);
-        ASSERT_EQ(count, std::min(fields.size(), views.size())) << testing::PrintToString(line);
-        for (std::size_t i = 0; i < count; ++i)
-            EXPECT_EQ(views[i], fields[i]);
-    }
-}
 
 TEST(TextFields, AcceptsWholeFiniteNumbersOnly) {
     const auto check = [](const std::string& text, std::optional<float> expected) {
