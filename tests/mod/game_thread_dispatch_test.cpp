@@ -75,19 +75,6 @@ TEST_F(Dispatch, ProxyRemovedByTheEngineIsNoLongerReportedActiveWithoutACommand)
     EXPECT_EQ(standin::engine().inspect(proxyActor).world, game.world);
 }
 
-TEST_F(Dispatch, DestroyReasonFollowsTheKillSwitchWhenTaken) {
-    EXPECT_STREQ(destroy_reason(), "remote-player-stale");
-    killSwitchEngaged.store(true);
-    EXPECT_STREQ(destroy_reason(), "kill-switch");
-
-    post_game_thread_command(GameThreadCommand::SyncProxy);
-    on_game_thread_process_event(nullptr, nullptr, nullptr);
-    post_game_thread_command(GameThreadCommand::DestroyProxy);
-    on_game_thread_process_event(nullptr, nullptr, nullptr);
-    EXPECT_NE(read_file(exchange_dir() / "cpp_phase5g_destroy.txt").find("destroyReason=kill-switch\n"),
-              std::string::npos);
-}
-
 TEST_F(Dispatch, EngineReadyRegistersOneCallbackButReportsEveryTime) {
     on_unreal_ready();
     fs::remove(exchange_dir() / "cpp_unreal_ready.txt");
