@@ -1,12 +1,10 @@
-// The pieces of korvath-sim that run without a process: command line, walker, world set-up, hook guard
-// and the local state row.
+// The pieces of korvath-sim that run without a process: command line, walker, world set-up and hook guard.
 
 #include "support/test_support.hpp"
 
 #include "Unreal/UnrealVersion.hpp"
 #include "standin/Engine.hpp"
 #include "tools/sim/hook_guard.hpp"
-#include "tools/sim/local_state_writer.hpp"
 #include "tools/sim/options.hpp"
 #include "tools/sim/simulated_world.hpp"
 #include "tools/sim/walker.hpp"
@@ -15,7 +13,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstdlib>
 #include <numbers>
 #include <stdexcept>
 #include <vector>
@@ -166,14 +163,6 @@ TEST(SimHookGuard, EveryKindOfEscapingExceptionIsCaughtAndCounted) {
     guard.run([] { throw standin::UnknownEngineError{4}; });
     guard.run([] { throw 7; });
     EXPECT_EQ(guard.escaped(), 3u);
-}
-
-TEST(SimLocalState, RowHasFourNumbersTheMapAndTheSampleEvenForHugeValues) {
-    EXPECT_EQ(sim::local_state_row({1.5, -2, 3.25, 0, 90, 0}, "Map_A", 123456789, 7),
-              "1.500\t-2.000\t3.250\t90.000\tMap_A\t123456789\t7\n");
-    const std::string huge = sim::local_state_row({1e200, 0, 0, 0, 0, 0}, "M", -5, 0);
-    EXPECT_EQ(std::strtod(huge.c_str(), nullptr), 1e200);
-    EXPECT_THAT(huge, ::testing::EndsWith(".000\t0.000\t0.000\t0.000\tM\t-5\t0\n"));
 }
 
 } // namespace
