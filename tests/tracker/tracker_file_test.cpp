@@ -51,9 +51,6 @@ protected:
         // The script writes relative to the working directory, which the host sets to the game's folder.
         fs::current_path(binaries_dir());
     }
-    auto start(const std::string& mapName) -> void {
-        m_host = std::make_unique<TrackerHost>(tracker::tracker_script(), mapName, [this] { return m_pose; });
-    }
     static auto path() -> fs::path { return exchange_dir() / "local_state.tsv"; }
 
     std::optional<TrackedPose> m_pose;
@@ -68,7 +65,7 @@ protected:
 // about one racing read in 25,000 here, so such mixed rows are counted and bounded, not forbidden.
 TEST_F(TrackerFile, TenThousandWritesNeverLeaveTheFileMissingAndEachRowIsThePawnsPose) {
     constexpr int kWrites = 10'000, kRacedWrites = 2'000;
-    start("Map_A");
+    m_host = std::make_unique<TrackerHost>(tracker::tracker_script(), "Map_A", [this] { return m_pose; });
     m_pose = pose_number(1);
     m_host->advance_to(kPeriodMs);
     std::atomic<bool> done{false};

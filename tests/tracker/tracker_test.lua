@@ -28,14 +28,6 @@ local function read_file()
     return row
 end
 
-local function fields(row)
-    local out = {}
-    for field in (row:gsub("\n$", "") .. "\t"):gmatch("([^\t]*)\t") do
-        table.insert(out, field)
-    end
-    return out
-end
-
 -- A tracker over a pawn whose pose the test sets (nil: no pawn).
 local function start_tracker(pose, map)
     local world = { pose = pose }
