@@ -33,19 +33,30 @@ protected:
     }
 };
 
+// In both vector layouts; the report shows the destination as the engine got it.
 TEST_F(ClientBRelocation, MovesThePawnBesideTheReportedPoseOnceAndReportsWhatWasSent) {
-    local_state("-1234.5\t678.25\t50.5\t45\tMap_A\n");
-    relocate_client_b();
-    EXPECT_EQ(exchange_file("cpp_phase5g_client_spawn.txt"),
-              "phase=5G.3\nclientRole=CLIENT_B\nlocalPawnMoved=1\noriginalX=-1234.5\noriginalY=678.25\n"
-              "originalZ=50.5\ndestinationX=-1800.19\ndestinationY=1243.94\ndestinationZ=60.5\n"
-              "separationDistance=800\nproxyExistedDuringMove=0\n");
-    const auto pose = pose_of(game.pawn);
-    EXPECT_EQ((std::array{pose.pitch, pose.yaw, pose.roll}), (std::array{0.0, 45.0, 0.0}));
-    EXPECT_TRUE(clientBSpawnAdjusted && clientBRelocationQueued);
-    EXPECT_FALSE(clientBSpawnAdjustFailed || testFailed);
-    EXPECT_EQ(console_lines(), std::vector<std::wstring>{L"[KorvathOnlineCpp] Phase 5G.5 moved CLIENT B to "
-                                                         L"its distinct local spawn before proxy sync.\n"});
+    for (const auto& [major, minor] : {std::pair{4, 27}, std::pair{5, 0}}) {
+        SCOPED_TRACE(major);
+        standin::engine().set_version(major, minor);
+        standin::engine().move_actor(game.pawn, kPawnPose);
+        clientBSpawnAdjusted.store(false);
+        host.console->clear();
+        local_state("-1234.5\t678.25\t50.5\t45\tMap_A\n");
+        relocate_client_b();
+        EXPECT_EQ(exchange_file("cpp_phase5g_client_spawn.txt"),
+                  "phase=5G.3\nclientRole=CLIENT_B\nlocalPawnMoved=1\noriginalX=-1234.5\noriginalY=678.25\n"
+                  "originalZ=50.5\ndestinationX=-1800.19\ndestinationY=1243.94\ndestinationZ=60.5\n"
+                  "separationDistance=800\nproxyExistedDuringMove=0\n");
+        const auto pose = pose_of(game.pawn);
+        EXPECT_NEAR(pose.x, -1800.1854, 1e-3);
+        EXPECT_NEAR(pose.y, 1243.9354, 1e-3);
+        EXPECT_EQ((std::array{pose.z, pose.pitch, pose.yaw, pose.roll}), (std::array{60.5, 0.0, 45.0, 0.0}));
+        EXPECT_TRUE(clientBSpawnAdjusted && clientBRelocationQueued);
+        EXPECT_FALSE(clientBSpawnAdjustFailed || testFailed);
+        EXPECT_EQ(console_lines(),
+                  std::vector<std::wstring>{L"[KorvathOnlineCpp] Phase 5G.5 moved CLIENT B to "
+                                            L"its distinct local spawn before proxy sync.\n"});
+    }
 
     // A second command after the success does nothing.
     fs::remove(exchange_dir() / "cpp_phase5g_client_spawn.txt");

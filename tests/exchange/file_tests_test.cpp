@@ -55,15 +55,6 @@ TEST_F(FileTests, ExistenceAndDeletion) {
     EXPECT_FALSE(exchange_file_exists(std::wstring_view(L"a\0b", 3)));
 }
 
-TEST_F(FileTests, ExchangePathJoinsOnce) {
-    exchangeDirectory = "/games/x/KorvathOnline";
-    EXPECT_EQ(exchange_path(L"cpp_heartbeat.txt"), fs::path("/games/x/KorvathOnline/cpp_heartbeat.txt"));
-    exchangeDirectory = "/games/x/KorvathOnline/";
-    EXPECT_EQ(exchange_path(L"cpp_heartbeat.txt"), fs::path("/games/x/KorvathOnline/cpp_heartbeat.txt"));
-    exchangeDirectory = "/games/missing";
-    EXPECT_FALSE(exchange_file_exists(L"cpp_heartbeat.txt"));
-}
-
 // The game folder of every test has a non-ASCII name; this one also lies past 260 characters.
 TEST_F(FileTests, EveryOperationWorksInAnExchangeDirectoryPast260Characters) {
     fs::path deep = exchangeDirectory / fs::path(u8"ゲームフォルダ");
@@ -77,10 +68,6 @@ TEST_F(FileTests, EveryOperationWorksInAnExchangeDirectoryPast260Characters) {
     EXPECT_TRUE(is_exchange_file_fresh(L"local_state.tsv", 3));
     delete_exchange_file(L"local_state.tsv");
     EXPECT_FALSE(exchange_file_exists(L"local_state.tsv"));
-}
-
-TEST_F(FileTests, BaseDirectoryIsTheExecutablesFolder) {
-    EXPECT_EQ(resolve_base_directory(), binaries_dir());
 }
 
 } // namespace

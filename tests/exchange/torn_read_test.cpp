@@ -31,11 +31,6 @@ constexpr uint64_t kWrites = 500;
 constexpr uint64_t kWrites = 3000;
 #endif
 
-// Reads with the session tool's reader, which shares every access on Windows.
-auto read_sharing_all(const fs::path& path) -> std::optional<std::string> {
-    return os::read_shared(path);
-}
-
 // Reads with the C++ library's stream, which does not share delete access on Windows.
 auto read_with_stream(const fs::path& path) -> std::optional<std::string> {
     std::ifstream in(path, std::ios::binary);
@@ -74,7 +69,8 @@ TEST(TornReads, ReadersInThreadsAndAnotherProcessSeeOnlyWholeReports) {
     std::atomic<bool> done{false};
     ReadCounts shared, stream;
     std::string tornShared, tornStream;
-    std::thread sharingReader([&] { shared = count_reads(report, done, read_sharing_all, tornShared); });
+    // The session tool's reader, which shares every access on Windows.
+    std::thread sharingReader([&] { shared = count_reads(report, done, os::read_shared, tornShared); });
     std::thread streamReader([&] { stream = count_reads(report, done, read_with_stream, tornStream); });
     const auto start = std::chrono::steady_clock::now();
     for (uint64_t n = 1; n <= kWrites; ++n)
@@ -91,14 +87,13 @@ TEST(TornReads, ReadersInThreadsAndAnotherProcessSeeOnlyWholeReports) {
     ASSERT_TRUE(std::regex_search(childOutput, match, std::regex(R"(whole=(\d+) missing=(\d+) torn=(\d+))")))
         << childOutput;
     const ReadCounts child{std::stoull(match[1]), std::stoull(match[2]), std::stoull(match[3])};
-    std::printf(
-        "%llu writes in %.2f s; whole/missing/torn reads: sharing thread %llu/%llu/%llu, stream thread "
-        "%llu/%llu/%llu, other process %llu/%llu/%llu\n",
-        static_cast<unsigned long long>(kWrites), seconds, static_cast<unsigned long long>(shared.whole),
-        static_cast<unsigned long long>(shared.missing), static_cast<unsigned long long>(shared.torn),
-        static_cast<unsigned long long>(stream.whole), static_cast<unsigned long long>(stream.missing),
-        static_cast<unsigned long long>(stream.torn), static_cast<unsigned long long>(child.whole),
-        static_cast<unsigned long long>(child.missing), static_cast<unsigned long long>(child.torn));
+    const auto shown = [](const ReadCounts& c) {
+        return std::to_string(c.whole) + "/" + std::to_string(c.missing) + "/" + std::to_string(c.torn);
+    };
+    std::printf("%llu writes in %.2f s; whole/missing/torn reads: sharing thread %s, stream thread %s, "
+                "other process %s\n",
+                static_cast<unsigned long long>(kWrites), seconds, shown(shared).c_str(),
+                shown(stream).c_str(), shown(child).c_str());
 
     EXPECT_GT(shared.whole, 0u);
     EXPECT_GT(stream.whole, 0u);

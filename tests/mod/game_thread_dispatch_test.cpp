@@ -1,7 +1,7 @@
-// The engine-ready hook and the ProcessEvent dispatch, linked in-process.
+// The ProcessEvent dispatch, linked in-process. That the engine-ready hook registers it once is checked by
+// the end-to-end tests.
 
 #include "exchange/exchange_directory.hpp"
-#include "mod/engine_ready.hpp"
 #include "mod/game_thread_dispatch.hpp"
 #include "mod/session_state.hpp"
 #include "standin/Engine.hpp"
@@ -73,39 +73,6 @@ TEST_F(Dispatch, ProxyRemovedByTheEngineIsNoLongerReportedActiveWithoutACommand)
     on_game_thread_process_event(nullptr, nullptr, nullptr);
     EXPECT_TRUE(proxyActive.load());
     EXPECT_EQ(standin::engine().inspect(proxyActor).world, game.world);
-}
-
-TEST_F(Dispatch, DestroyReasonFollowsTheKillSwitchWhenTaken) {
-    EXPECT_STREQ(destroy_reason(), "remote-player-stale");
-    killSwitchEngaged.store(true);
-    EXPECT_STREQ(destroy_reason(), "kill-switch");
-
-    post_game_thread_command(GameThreadCommand::SyncProxy);
-    on_game_thread_process_event(nullptr, nullptr, nullptr);
-    post_game_thread_command(GameThreadCommand::DestroyProxy);
-    on_game_thread_process_event(nullptr, nullptr, nullptr);
-    EXPECT_NE(read_file(exchange_dir() / "cpp_phase5g_destroy.txt").find("destroyReason=kill-switch\n"),
-              std::string::npos);
-}
-
-TEST_F(Dispatch, EngineReadyRegistersOneCallbackButReportsEveryTime) {
-    on_unreal_ready();
-    fs::remove(exchange_dir() / "cpp_unreal_ready.txt");
-    on_unreal_ready();
-    EXPECT_TRUE(unrealReady.load());
-    EXPECT_EQ(standin::engine().callback_count(), 1u);
-    EXPECT_EQ(read_file(exchange_dir() / "cpp_unreal_ready.txt"),
-              "phase=5G\nunrealReady=1\ngameThreadRealClientProxyCallbackRegistered=1\n");
-    const std::wstring line =
-        L"[KorvathOnlineCpp] Phase 5G Unreal initialization confirmed; real-client proxy "
-        L"callback registered.\n";
-    const auto texts = host.console->texts();
-    EXPECT_EQ(std::count(texts.begin(), texts.end(), line), 4); // two calls, two devices
-
-    // The registered callback is the dispatch: a posted command runs on the next ProcessEvent.
-    post_game_thread_command(GameThreadCommand::SyncProxy);
-    standin::engine().process_event();
-    EXPECT_TRUE(proxyActive.load());
 }
 
 } // namespace

@@ -3,7 +3,7 @@
 #include "exchange/exchange_directory.hpp"
 #include "mod/session_state.hpp"
 #include "session/session_controller.hpp"
-#include "support/test_support.hpp"
+#include "support/session_driver.hpp"
 
 #include <gtest/gtest.h>
 
@@ -32,13 +32,7 @@ protected:
         run_host_tick(stamps, now);
         return take_game_thread_command();
     }
-    auto count(const std::wstring& line) const -> long {
-        const auto texts = host.console->texts();
-        return std::count(texts.begin(), texts.end(), line) / 2; // two recording devices
-    }
-    static auto put(const char* name, std::string_view content = "") -> void {
-        write_file(exchange_dir() / name, content);
-    }
+    auto count(const std::wstring& line) const -> long { return count_lines(*host.console, line); }
     static auto fresh_local_state() -> void { put("local_state.tsv", "0\t0\t100\t0\tMap_A\n"); }
     static auto fresh_remote_row() -> void {
         put("remote_players.tsv", "p2\tKESTREN CLIENT B\t10\t20\t30\t90\tMap_A\n");
@@ -60,47 +54,35 @@ protected:
 };
 
 TEST_F(SessionController, HeartbeatAndStatusOncePerSecondFromTheFirstCall) {
-    tick(kT0);
-    EXPECT_EQ(read_file(exchange_dir() / "cpp_heartbeat.txt"),
-              "running=1\nunrealReady=0\nsessionEnabled=0\nproxyActive=0\nremoteFresh=0\nmovementUpdates=0\n"
-              "testFailed=0\nclientRole=CLIENT_A\nclientBSpawnAdjusted=0\n");
-    EXPECT_TRUE(has("cpp_phase5g_status.txt"));
-
-    fs::remove(exchange_dir() / "cpp_heartbeat.txt");
-    fs::remove(exchange_dir() / "cpp_phase5g_status.txt");
-    tick(kT0 + kSecond - 1);
-    EXPECT_FALSE(has("cpp_heartbeat.txt"));
-    EXPECT_FALSE(has("cpp_phase5g_status.txt"));
-
     movementUpdates.store(12345678901ull);
     testFailed.store(true);
     clientRole.store(kClientB);
-    tick(kT0 + kSecond);
+    tick(kT0);
     EXPECT_EQ(read_file(exchange_dir() / "cpp_heartbeat.txt"),
               "running=1\nunrealReady=0\nsessionEnabled=0\nproxyActive=0\nremoteFresh=0\n"
               "movementUpdates=12345678901\ntestFailed=1\nclientRole=CLIENT_B\nclientBSpawnAdjusted=0\n");
-    EXPECT_TRUE(has("cpp_phase5g_status.txt"));
+    for (const auto& [at, written] : {std::pair{kT0 + kSecond - 1, false}, std::pair{kT0 + kSecond, true}}) {
+        fs::remove(exchange_dir() / "cpp_heartbeat.txt");
+        fs::remove(exchange_dir() / "cpp_phase5g_status.txt");
+        tick(at);
+        EXPECT_EQ(has("cpp_heartbeat.txt"), written) << at;
+        EXPECT_EQ(has("cpp_phase5g_status.txt"), written) << at;
+    }
 }
 
-TEST_F(SessionController, BeforeEngineReadyMarkersDoNothing) {
-    put("phase5g.enable_once.txt");
+// Before the engine is ready no marker does anything; then the stop marker outranks the enable marker.
+TEST_F(SessionController, StopMarkerOutranksEnableAndIsNeverConsumed) {
     put("phase5g.stop.txt");
+    put("phase5g.enable_once.txt");
     fresh_local_state();
     fresh_remote_row();
-    for (int64_t t = 0; t < 10 * kSecond; t += kSecond / 4)
+    for (int64_t t = -10 * kSecond; t <= 10 * kSecond; t += kSecond / 2) {
+        if (t == 0) { // the engine becomes ready
+            EXPECT_FALSE(killSwitchEngaged.load());
+            unrealReady.store(true);
+        }
         EXPECT_EQ(tick(kT0 + t), GameThreadCommand::None);
-    EXPECT_FALSE(killSwitchEngaged.load());
-    EXPECT_FALSE(sessionEnabled.load());
-    EXPECT_TRUE(has("phase5g.enable_once.txt"));
-}
-
-TEST_F(SessionController, StopMarkerOutranksEnableAndIsNeverConsumed) {
-    unrealReady.store(true);
-    put("phase5g.stop.txt");
-    put("phase5g.enable_once.txt");
-    fresh_local_state();
-    for (int64_t t = 0; t <= 10 * kSecond; t += kSecond / 2)
-        EXPECT_EQ(tick(kT0 + t), GameThreadCommand::None);
+    }
     EXPECT_TRUE(killSwitchEngaged.load());
     EXPECT_FALSE(sessionEnabled.load());
     EXPECT_TRUE(has("phase5g.enable_once.txt"));
@@ -225,7 +207,7 @@ TEST_F(SessionController, SyncPostsAtMostEvery50msAndPollsEvery75ms) {
     EXPECT_EQ(stamps.lastRemotePollAt, lastPoll + 75'000'000);
 }
 
-TEST_F(SessionController, StaleRemoteDestroysProxyAfterThreeSeconds) {
+TEST_F(SessionController, StaleRemoteAfterThreeSecondsAndTheStopMarkerAtOnceDestroyTheProxy) {
     enable_session();
     fresh_remote_row();
     const int64_t fresh = kT0 + 8 * kSecond;
@@ -254,17 +236,13 @@ TEST_F(SessionController, StaleRemoteDestroysProxyAfterThreeSeconds) {
     EXPECT_EQ(tick(lastFresh + 4 * kSecond), GameThreadCommand::None);
     fresh_remote_row();
     EXPECT_EQ(tick(lastFresh + 5 * kSecond), GameThreadCommand::SyncProxy);
-}
 
-TEST_F(SessionController, StopMarkerDestroysAnActiveProxyOnEveryCallAndPollsNoMore) {
-    fresh_remote_row();
-    enable_session();
-    ASSERT_TRUE(remoteFresh.load());
+    // The stop marker asks for the destroy on every call, and the remote table is polled no more.
     proxyActive.store(true);
     put("phase5g.stop.txt");
     set_file_age(exchange_dir() / "remote_players.tsv", 5);
     for (int64_t i = 1; i <= 3; ++i)
-        EXPECT_EQ(tick(kT0 + 7 * kSecond + i * kSecond / 10), GameThreadCommand::DestroyProxy);
+        EXPECT_EQ(tick(lastFresh + 5 * kSecond + i * kSecond / 10), GameThreadCommand::DestroyProxy);
     EXPECT_FALSE(sessionEnabled.load());
     EXPECT_TRUE(killSwitchEngaged.load());
     EXPECT_TRUE(remoteFresh.load());

@@ -1,5 +1,6 @@
 // korvath-sim run as a process against a temporary game folder: a short run on its own, and games whose
-// engine fails in one way each, ending in the matching error report.
+// engine fails in one way each, ending in the matching error report. That no fault leaves a second
+// proxy in the world is checked by the engine-fault soak runs.
 
 #include "support/test_support.hpp"
 #include "tools/session/demo/child_process.hpp"
@@ -8,12 +9,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <chrono>
 #include <functional>
-#include <map>
 #include <memory>
-#include <ranges>
 #include <sstream>
 #include <thread>
 
@@ -60,25 +58,6 @@ TEST(SimProcess, ShortRunEndsOnItsOwnAndLeavesTheReportsOfAWholeLifecycle) {
         EXPECT_THAT(output, HasSubstr(line));
 }
 
-// The most characters (the pawn and proxies) alive at one moment of a world log, whose rows hold 11
-// fields: the time, the name, the class, ..., and last whether the actor is alive.
-auto most_live_characters(const fs::path& worldLog) -> int {
-    std::map<std::string, int> live; // by the sample's time
-    std::istringstream lines(read_file(worldLog));
-    for (std::string line; std::getline(lines, line);) {
-        std::vector<std::string> fields;
-        std::istringstream row(line);
-        for (std::string field; std::getline(row, field, '\t');)
-            fields.push_back(field);
-        if (fields.size() >= 11 && fields[2] == "BP_PlayerCharacter_C" && fields[10] == "1")
-            ++live[fields[0]];
-    }
-    int most = 0;
-    for (const auto& [time, count] : live)
-        most = std::max(most, count);
-    return most;
-}
-
 // One game per engine failure, all at once. Each gets a remote row that stays fresh (its time lies in
 // the future), so its session starts as soon as the seven-second wait is over. SIGTERM then ends each
 // game with exit 0 and the mod unloaded.
@@ -94,7 +73,7 @@ TEST(SimProcess, EachEngineFailureEndsInItsErrorReport) {
         {"move=throw-unknown", "Movement call threw an unknown exception.\n"},
         {"destroy=throw", "Destroy call threw an exception: simulated destroy failure\n"},
         {"relocate=false", "Client B local pawn relocation returned false.\n"},
-        // The new actor cannot be set up nor destroyed: it is kept, and never joined by a second one.
+        // The new actor cannot be set up nor destroyed.
         {"hidden=throw destroy=throw", "Spawn call threw an exception: simulated hidden failure\n"}};
     const fs::path dir = scratch_dir("faults");
     const auto game_of = [&](std::size_t index) { return dir / std::to_string(index); };
@@ -111,9 +90,8 @@ TEST(SimProcess, EachEngineFailureEndsInItsErrorReport) {
         EXPECT_TRUE(
             tool::write_role_file(game, clientB ? tool::ClientRole::ClientB : tool::ClientRole::ClientA));
         EXPECT_TRUE(tool::place_enable_marker(game));
-        std::vector<std::string> arguments{
-            "--game-dir", game.string(), "--ready-after", "0.1",
-            "--duration", "100",         "--world-log",   game.string() + ".world"};
+        std::vector<std::string> arguments{"--game-dir", game.string(), "--ready-after",
+                                           "0.1",        "--duration",  "100"};
         std::istringstream faults(cases[index].first);
         for (std::string fault; faults >> fault;)
             arguments.insert(arguments.end(), {"--fail", fault});
@@ -134,7 +112,6 @@ TEST(SimProcess, EachEngineFailureEndsInItsErrorReport) {
         EXPECT_EQ(report(index, "cpp_phase5g_error.txt"), cases[index].second) << cases[index].first;
         EXPECT_EQ(games[index]->terminate(5s), 0) << cases[index].first;
         EXPECT_NE(report(index, "cpp_mod_unloaded.txt"), "") << cases[index].first;
-        EXPECT_LE(most_live_characters(fs::path(game_of(index)) += ".world"), 2) << cases[index].first;
     }
 }
 

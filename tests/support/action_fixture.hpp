@@ -49,6 +49,13 @@ protected:
     static auto pose_of(const RC::Unreal::AActor* actor) -> standin::Pose {
         return standin::engine().inspect(actor).pose;
     }
+    // Spawned actors still in the world.
+    static auto live_actors() -> std::size_t {
+        std::size_t live = 0;
+        for (auto* actor : standin::engine().spawned_actors())
+            live += standin::engine().inspect(actor).alive ? 1 : 0;
+        return live;
+    }
 
     HostFixture host;
     standin::GameWorld game;

@@ -1,15 +1,40 @@
 #pragma once
 // Drives a loaded mod library as the host would, on one thread, with the stand-in's stepped clock:
 // each step advances the clock, calls the update hook, then runs ProcessEvent calls on the game thread.
+// Also the exchange-file and console helpers of the session tests.
 
 #include "standin/Clock.hpp"
 #include "standin/Engine.hpp"
 #include "support/test_support.hpp"
 
+#include <algorithm>
 #include <functional>
+#include <stdexcept>
+#include <string>
+#include <string_view>
 #include <utility>
 
 namespace korvath::test {
+
+// Writes an exchange file as the outside tools do.
+inline auto put(const char* name, std::string_view content = "") -> void {
+    write_file(exchange_dir() / name, content);
+}
+// An exchange file's content; empty when it is missing (or, on Windows, being replaced at that moment).
+inline auto report(const char* name) -> std::string {
+    try {
+        return read_file(exchange_dir() / name);
+    } catch (const std::runtime_error&) {
+        return {};
+    }
+}
+// Console lines that hold `needle`; each line reaches both recording devices, and counts once.
+inline auto count_lines(const standin::LineLog& log, std::wstring_view needle) -> long {
+    const auto texts = log.texts();
+    return std::count_if(texts.begin(), texts.end(),
+                         [&](const std::wstring& t) { return t.find(needle) != std::wstring::npos; }) /
+           2;
+}
 
 class SessionDriver {
 public:
