@@ -59,8 +59,6 @@ auto predict_after(const Path& path, double last, double now, const tool::Predic
 
 TEST(PosePredictor, PredictsWalksAndTurnsAheadByTheLagAndStopsWithThePlayer) {
     const double lag = std::chrono::duration<double>(tool::mod_follow_lag()).count();
-    EXPECT_NEAR(lag, 0.0375 + 0.0929 + 0.025, 0.001); // half a poll, the smoothing, half a step
-
     struct Case {
         const char* name;
         Path path;
