@@ -67,18 +67,8 @@ TEST(NetPeerLink, HelloAnswerAndPosesConnectBothSidesAndMeasureTheRoundTrip) {
     EXPECT_TRUE(pair.to_host(first).connected);
     ASSERT_TRUE(pair.host.connected() && pair.joiner.connected());
     EXPECT_EQ(st::format_endpoint(*pair.host.peer_address()), "127.0.0.1:50000");
-    EXPECT_EQ(pair.host.round_trip().smoothed(), 20ms);
-
-    // The host holds the joiner's packet 40 ms; its pose takes 60 ms: a round trip of 10 + 60 ms.
-    pair.now += 40ms;
-    const auto fromHost = pair.host.outgoing(pose(2), pair.now);
-    pair.now += 60ms;
-    const auto reception = pair.to_joiner(fromHost);
-    ASSERT_TRUE(reception.pose);
-    EXPECT_EQ(reception.pose->pose.x, 2.0F);
-    EXPECT_EQ(pair.joiner.round_trip().smoothed(),
-              20ms + nanoseconds(70ms - 20ms) / 8); // an eighth of the way
-    EXPECT_EQ(pair.joiner.round_trip().shortest(), 20ms);
+    EXPECT_EQ(pair.host.round_trip().smoothed(), 20ms); // less the 10 ms the joiner held its packet
+    EXPECT_EQ(pair.host.round_trip().shortest(), 20ms);
 }
 
 // A host busy with a live peer ignores another joiner; a joiner takes nothing from anyone but its host.

