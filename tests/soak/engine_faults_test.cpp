@@ -10,7 +10,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <array>
 #include <functional>
 #include <map>
 #include <set>
@@ -23,8 +22,27 @@ namespace tool = session_tool;
 using namespace std::chrono_literals;
 using Errors = std::set<std::string>;
 
-constexpr std::array<std::string_view, 10> kSessionOps{
-    "controller", "class", "world", "spawn", "move", "destroy", "hidden", "collision", "tick", "fullname"};
+// The engine operations of a session, and the error report each gives when it fails: quietly (missing or
+// false), and by raising (the action whose report names the exception). The lookups and the world query
+// come before the guarded spawn, so their exceptions go to the host and leave no report; a failure of
+// the controls or the name is reported by the action in which it happens.
+struct OperationFault {
+    std::string_view op;
+    const char* quietReport; // none: a quiet failure leaves no report
+    const char* raisedIn;    // none: the exception goes to the host
+};
+constexpr const char* kNotFound = "The player controller or BP_PlayerCharacter_C class was not found.\n";
+constexpr OperationFault kSessionOps[] = {
+    {"controller", kNotFound, nullptr},
+    {"class", kNotFound, nullptr},
+    {"world", "The active player controller returned a null world.\n", nullptr},
+    {"spawn", "UWorld::SpawnActor returned null.\n", "Spawn"},
+    {"move", nullptr, "Movement"},
+    {"destroy", "Destroy call returned but the proxy is still in the world.\n", "Destroy"},
+    {"hidden", nullptr, "Spawn"},
+    {"collision", nullptr, "Spawn"},
+    {"tick", nullptr, "Spawn"},
+    {"fullname", nullptr, "Destroy"}};
 const std::vector<std::string> kModes{"missing", "false", "throw", "throw-unknown"};
 
 // Collects the distinct error reports of each game until every game meets `done` (given its index and
@@ -95,31 +113,16 @@ auto run_fault_cycle(std::vector<std::unique_ptr<SimGame>>& games, const std::ve
     return errors;
 }
 
-// The error reports one failing operation causes in the cycle. The lookups and the world query come
-// before the guarded spawn, so their exceptions go to the host and leave no report; a failure of the
-// controls or the name is reported by the action in which it happens.
-auto expected_errors(std::string_view op, std::string_view mode) -> Errors {
-    const bool throws = mode.starts_with("throw");
-    const auto thrown = [&](const std::string& action) -> Errors {
-        return {mode == "throw"
-                    ? action + " call threw an exception: simulated " + std::string(op) + " failure\n"
-                    : action + " call threw an unknown exception.\n"};
-    };
-    if (op == "controller" || op == "class")
-        return throws ? Errors{}
-                      : Errors{"The player controller or BP_PlayerCharacter_C class was not found.\n"};
-    if (op == "world")
-        return throws ? Errors{} : Errors{"The active player controller returned a null world.\n"};
-    if (op == "spawn")
-        return throws ? thrown("Spawn") : Errors{"UWorld::SpawnActor returned null.\n"};
-    if (op == "move")
-        return throws ? thrown("Movement") : Errors{};
-    if (op == "destroy")
-        return throws ? thrown("Destroy")
-                      : Errors{"Destroy call returned but the proxy is still in the world.\n"};
-    if (op == "fullname")
-        return throws ? thrown("Destroy") : Errors{};
-    return throws ? thrown("Spawn") : Errors{}; // the three controls
+// The error reports one failing operation causes in the cycle.
+auto expected_errors(const OperationFault& fault, const std::string& mode) -> Errors {
+    if (!mode.starts_with("throw"))
+        return fault.quietReport ? Errors{fault.quietReport} : Errors{};
+    if (!fault.raisedIn)
+        return {};
+    const std::string action = fault.raisedIn;
+    return {mode == "throw"
+                ? action + " call threw an exception: simulated " + std::string(fault.op) + " failure\n"
+                : action + " call threw an unknown exception.\n"};
 }
 
 // One game per operation, each failing in the same mode, alone or together with the destroy.
@@ -129,14 +132,14 @@ TEST_P(EngineFault, HeldWhileFollowingDestroyingAndSpawning) {
     const auto& [mode, paired] = GetParam();
     const fs::path dir = scratch_dir("engine-fault-" + mode + (paired ? "-paired" : ""));
     std::vector<std::unique_ptr<SimGame>> games;
-    std::vector<std::string_view> ops;
+    std::vector<OperationFault> ops;
     std::vector<std::string> faults;
-    for (const std::string_view op : kSessionOps) {
-        if (paired && op == "destroy")
+    for (const OperationFault& fault : kSessionOps) {
+        if (paired && fault.op == "destroy")
             continue;
-        ops.push_back(op);
-        games.push_back(std::make_unique<SimGame>(dir / op, tool::ClientRole::ClientA));
-        faults.push_back("fail " + std::string(op) + "=" + mode + "\n" +
+        ops.push_back(fault);
+        games.push_back(std::make_unique<SimGame>(dir / fault.op, tool::ClientRole::ClientA));
+        faults.push_back("fail " + std::string(fault.op) + "=" + mode + "\n" +
                          (paired ? "fail destroy=" + mode + "\n" : ""));
     }
     const auto errors = run_fault_cycle(games, faults);
