@@ -1,23 +1,23 @@
 // Two simulated games with the mod, linked by host and join across an impaired loopback link: the
 // proxies spawn in both worlds and follow, and when one side ends the other's proxy goes as stale.
 
+#include "support/session_thread.hpp"
 #include "support/test_support.hpp"
 #include "support/udp_impairment_proxy.hpp"
 #include "tools/session/demo/demo_client.hpp"
 #include "tools/session/demo/demo_plan.hpp"
-#include "tools/session/net/net_session.hpp"
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <cstdlib>
 #include <iostream>
-#include <sstream>
 #include <thread>
 
 namespace st = korvath::session_tool;
 using korvath::test::Impairment;
+using korvath::test::net_options;
 using korvath::test::scratch_dir;
+using korvath::test::SessionThread;
 using korvath::test::UdpImpairmentProxy;
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
@@ -32,31 +32,6 @@ auto follow_time() -> std::chrono::milliseconds {
     const double seconds = text ? std::clamp(std::atof(text), 1.0, 600.0) : 4.0;
     return std::chrono::milliseconds(static_cast<int64_t>(seconds * 1000));
 }
-
-class SessionThread {
-public:
-    explicit SessionThread(st::NetSessionOptions options) {
-        options.stop = [this] { return m_stop.load(); };
-        options.abandon = [this] { return m_abandon.load(); };
-        options.duration = 120s;
-        m_session = std::make_unique<st::NetSession>(std::move(options));
-        m_thread = std::thread([this] { m_session->run(m_out); });
-    }
-    ~SessionThread() { end(true); }
-    auto end(bool goodbye) -> void {
-        (goodbye ? m_stop : m_abandon) = true;
-        if (m_thread.joinable())
-            m_thread.join();
-    }
-    auto session() -> st::NetSession& { return *m_session; }
-
-private:
-    std::atomic<bool> m_stop{false};
-    std::atomic<bool> m_abandon{false};
-    std::ostringstream m_out;
-    std::unique_ptr<st::NetSession> m_session;
-    std::thread m_thread;
-};
 
 // When a world log skipped more than 250 ms: the start and end of each gap, on the common time line.
 auto stall_times(const st::TimedTrack& track) -> std::vector<std::pair<double, double>> {
@@ -89,8 +64,7 @@ class NetGames : public testing::TestWithParam<Ending> {};
 
 TEST_P(NetGames, ProxiesFollowAcrossAnImpairedLinkAndTheOtherSideGoesStaleWhenTheHostEnds) {
     const auto dir = scratch_dir("net-games");
-    const st::DemoPrograms programs{std::filesystem::path(KORVATH_TOOLS_DIR) /
-                                        ("korvath-sim" KORVATH_EXECUTABLE_SUFFIX),
+    const st::DemoPrograms programs{korvath::test::tool_program("korvath-sim"),
                                     std::filesystem::path(KORVATH_MOD_LIBRARY)};
     const st::DemoOptions demo;
     const st::DemoPlan plan = st::make_demo_plan(demo);
@@ -103,21 +77,12 @@ TEST_P(NetGames, ProxiesFollowAcrossAnImpairedLinkAndTheOtherSideGoesStaleWhenTh
             now_seconds());
     b.start(programs, {"--ready-after", "0.5", "--duration", "90"}, now_seconds());
 
-    st::NetSessionOptions hostOptions;
-    hostOptions.side = st::PeerSide::Host;
-    hostOptions.gameDir = a.files().gameDir;
-    hostOptions.key = kKey;
-    auto host = std::make_unique<SessionThread>(hostOptions);
+    auto host = std::make_unique<SessionThread>(net_options(st::PeerSide::Host, a.files().gameDir, kKey));
     const Impairment impairment{50ms, 20ms, 0.05};
     UdpImpairmentProxy proxy(
         st::UdpEndpoint(asio::ip::make_address("127.0.0.1"), host->session().local_port()), impairment,
         impairment, 12);
-    st::NetSessionOptions joinOptions;
-    joinOptions.side = st::PeerSide::Joiner;
-    joinOptions.gameDir = b.files().gameDir;
-    joinOptions.key = kKey;
-    joinOptions.host = proxy.endpoint();
-    SessionThread joiner(joinOptions);
+    SessionThread joiner(net_options(st::PeerSide::Joiner, b.files().gameDir, kKey, proxy.endpoint()));
 
     // Every wait below is bounded; the whole run takes about 20 s plus the following time.
     const auto observe_until = [&](std::chrono::seconds limit, const std::function<bool()>& done) {

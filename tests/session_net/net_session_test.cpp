@@ -1,68 +1,24 @@
+#include "support/session_thread.hpp"
 #include "support/test_support.hpp"
 #include "support/udp_impairment_proxy.hpp"
 #include "tools/session/demo/child_process.hpp"
 #include "tools/session/exchange/exchange_names.hpp"
-#include "tools/session/net/net_session.hpp"
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <functional>
+#include <iostream>
 #include <random>
 #include <sstream>
-#include <thread>
 
-namespace st = korvath::session_tool;
-using korvath::test::Impairment;
-using korvath::test::read_file;
-using korvath::test::scratch_dir;
-using korvath::test::UdpImpairmentProxy;
-using korvath::test::write_file;
-using namespace std::chrono_literals;
-namespace fs = std::filesystem;
-
+namespace korvath::test {
 namespace {
 
-const auto kCode = *st::parse_session_code("AAAA-BBBB-CCCC-DDDD-EEEE-FFFF");
-const auto kKey = st::derive_session_key(kCode);
+namespace st = session_tool;
+using namespace std::chrono_literals;
+
+const auto kKey = st::derive_session_key(*st::parse_session_code("AAAA-BBBB-CCCC-DDDD-EEEE-FFFF"));
 const auto kWrongKey = st::derive_session_key(*st::parse_session_code("AAAA-BBBB-CCCC-DDDD-EEEE-FFFG"));
-
-// A session in a thread of its own, told to stop with or without a goodbye; never longer than a minute.
-class RunningSession {
-public:
-    explicit RunningSession(st::NetSessionOptions options) {
-        options.stop = [this] { return m_stop.load(); };
-        options.abandon = [this] { return m_abandon.load(); };
-        options.duration = 60s;
-        m_session = std::make_unique<st::NetSession>(std::move(options));
-        m_thread = std::thread([this] { m_session->run(m_out); });
-    }
-    ~RunningSession() { finish(true); }
-    auto finish(bool goodbye) -> void {
-        (goodbye ? m_stop : m_abandon) = true;
-        if (m_thread.joinable())
-            m_thread.join();
-    }
-    auto port() const -> uint16_t { return m_session->local_port(); }
-    auto status() const -> st::NetStatus { return m_session->status(); }
-
-private:
-    std::atomic<bool> m_stop{false};
-    std::atomic<bool> m_abandon{false};
-    std::ostringstream m_out;
-    std::unique_ptr<st::NetSession> m_session;
-    std::thread m_thread;
-};
-
-auto options(st::PeerSide side, const fs::path& dir, const st::SessionKey& key,
-             std::optional<st::UdpEndpoint> host = std::nullopt) -> st::NetSessionOptions {
-    st::NetSessionOptions result;
-    result.side = side;
-    result.gameDir = dir;
-    result.key = key;
-    result.host = host;
-    return result;
-}
 
 auto write_local_state(const fs::path& dir, float x, uint64_t sequence) -> void {
     const auto ms = std::chrono::duration_cast<std::chrono::milliseconds>(
@@ -81,31 +37,26 @@ auto remote_row(const fs::path& dir) -> std::string {
 
 // The x of the remote row, when there is one.
 auto remote_x(const fs::path& dir) -> std::optional<double> {
-    const std::string row = remote_row(dir);
-    std::size_t field = 0, start = 0;
-    for (std::size_t index = 0; index < row.size(); ++index)
-        if (row[index] == '\t' && ++field == 2)
-            start = index + 1;
-        else if (row[index] == '\t' && field == 3)
-            return std::stod(row.substr(start, index - start));
+    std::istringstream row(remote_row(dir));
+    std::string id, name;
+    double x = 0;
+    if (std::getline(row, id, '\t') && std::getline(row, name, '\t') && row >> x)
+        return x;
     return std::nullopt;
 }
 
-// Runs `step` every 10 ms until `done` holds or `limit` has passed; whether it held.
+// Runs `step` and then asks `done`, every 10 ms, until it holds or `limit` has passed; whether it held.
 auto poll_until(
     std::chrono::milliseconds limit, const std::function<bool()>& done,
     const std::function<void()>& step = [] {}) -> bool {
-    const auto end = std::chrono::steady_clock::now() + limit;
-    while (std::chrono::steady_clock::now() < end) {
-        step();
-        if (done())
-            return true;
-        std::this_thread::sleep_for(10ms);
-    }
-    return done();
+    return wait_until(
+        limit,
+        [&] {
+            step();
+            return done();
+        },
+        10ms);
 }
-
-} // namespace
 
 TEST(NetSession, HostAndJoinerTradePosesOverIpv4AndIpv6AndAGoodbyeIsSeenAtOnce) {
     for (const char* loopback : {"127.0.0.1", "::1"}) {
@@ -119,11 +70,11 @@ TEST(NetSession, HostAndJoinerTradePosesOverIpv4AndIpv6AndAGoodbyeIsSeenAtOnce) 
             write_local_state(joinDir, -100.0F, sequence);
         };
         keep_local_states();
-        RunningSession host(options(st::PeerSide::Host, hostDir, kKey));
+        SessionThread host(net_options(st::PeerSide::Host, hostDir, kKey));
         const st::UdpEndpoint hostAt(asio::ip::make_address(loopback), host.port());
         const Impairment impairment{20ms, 10ms, 0.05};
         UdpImpairmentProxy proxy(hostAt, impairment, impairment, 7);
-        RunningSession joiner(options(st::PeerSide::Joiner, joinDir, kKey, proxy.endpoint()));
+        SessionThread joiner(net_options(st::PeerSide::Joiner, joinDir, kKey, proxy.endpoint()));
 
         ASSERT_TRUE(poll_until(
             5s, [&] { return remote_x(hostDir) == -100.0 && remote_x(joinDir) == 100.0; },
@@ -133,7 +84,7 @@ TEST(NetSession, HostAndJoinerTradePosesOverIpv4AndIpv6AndAGoodbyeIsSeenAtOnce) 
         EXPECT_EQ(host.status().state, st::PeerState::Connected);
         EXPECT_EQ(host.status().drops.total() - host.status().drops[st::DropKind::Late], 0U);
 
-        joiner.finish(true);
+        joiner.end(true);
         EXPECT_TRUE(poll_until(1s, [&] { return host.status().state == st::PeerState::Quit; }));
         EXPECT_EQ(host.status().connections, 1U);
         EXPECT_NE(st::format_net_status(host.status()).find("peer quit"), std::string::npos);
@@ -144,11 +95,11 @@ TEST(NetSession, AJoinerWithAWrongCodeNeverWritesAnythingAndIsCounted) {
     const auto hostDir = scratch_dir("net-host"), joinDir = scratch_dir("net-join");
     write_local_state(hostDir, 1.0F, 1);
     write_local_state(joinDir, 2.0F, 1);
-    RunningSession host(options(st::PeerSide::Host, hostDir, kKey));
-    RunningSession joiner(options(st::PeerSide::Joiner, joinDir, kWrongKey,
-                                  st::UdpEndpoint(asio::ip::make_address("127.0.0.1"), host.port())));
+    SessionThread host(net_options(st::PeerSide::Host, hostDir, kKey));
+    SessionThread joiner(net_options(st::PeerSide::Joiner, joinDir, kWrongKey,
+                                     st::UdpEndpoint(asio::ip::make_address("127.0.0.1"), host.port())));
     EXPECT_TRUE(poll_until(3s, [&] { return host.status().drops[st::DropKind::Mac] >= 3; }));
-    joiner.finish(true);
+    joiner.end(true);
     EXPECT_EQ(host.status().state, st::PeerState::Waiting);
     EXPECT_EQ(joiner.status().state, st::PeerState::Waiting);
     EXPECT_EQ(host.status().drops.total(), host.status().drops[st::DropKind::Mac]);
@@ -179,12 +130,12 @@ TEST(NetSession, ForgedMalformedReplayedAndFloodedPacketsNeverReachTheRow) {
         }
     };
     walk();
-    auto hostOptions = options(st::PeerSide::Host, hostDir, kKey);
+    auto hostOptions = net_options(st::PeerSide::Host, hostDir, kKey);
     hostOptions.predict = false;
-    RunningSession host(std::move(hostOptions));
+    SessionThread host(std::move(hostOptions));
     const st::UdpEndpoint hostAt(asio::ip::make_address("127.0.0.1"), host.port());
     UdpImpairmentProxy proxy(hostAt, {}, {}, 1);
-    RunningSession joiner(options(st::PeerSide::Joiner, joinDir, kKey, proxy.endpoint()));
+    SessionThread joiner(net_options(st::PeerSide::Joiner, joinDir, kKey, proxy.endpoint()));
     ASSERT_TRUE(poll_until(
         5s, [&] { return remote_x(hostDir).has_value(); }, walk));
     ASSERT_TRUE(poll_until(
@@ -244,7 +195,7 @@ TEST(NetSession, ForgedMalformedReplayedAndFloodedPacketsNeverReachTheRow) {
 // The programs as a user runs them: the host prints its code and port, the joiner uses them; each
 // writes the other's pose into its own folder and both end after their --duration.
 TEST(NetSessionProcess, HostAndJoinLinkTwoFoldersOnLoopback) {
-    const fs::path program = fs::path(KORVATH_TOOLS_DIR) / ("korvath-session" KORVATH_EXECUTABLE_SUFFIX);
+    const fs::path program = tool_program("korvath-session");
     const auto root = scratch_dir("net-programs");
     const auto hostDir = root / "host", joinDir = root / "join";
     write_local_state(hostDir, 5.0F, 1);
@@ -271,3 +222,6 @@ TEST(NetSessionProcess, HostAndJoinLinkTwoFoldersOnLoopback) {
     EXPECT_NE(read_file(root / "host.log").find("peer quit"), std::string::npos)
         << read_file(root / "host.log");
 }
+
+} // namespace
+} // namespace korvath::test

@@ -34,25 +34,13 @@ auto opened(const std::vector<uint8_t>& datagram) -> std::variant<st::Packet, st
 
 } // namespace
 
-TEST(NetPacket, ASealedPacketOpensAsItWasWithItsKeyOnly) {
-    const st::Packet sent = pose_packet();
-    const auto datagram = st::seal_packet(kKey, sent);
-    const auto result = opened(datagram);
-    ASSERT_TRUE(std::holds_alternative<st::Packet>(result));
-    const auto& got = std::get<st::Packet>(result);
-    EXPECT_EQ(got.senderNonce, sent.senderNonce);
-    EXPECT_EQ(got.receiverNonce, 42U);
-    EXPECT_EQ(got.sequence, 7U);
-    EXPECT_EQ(got.echoUs, 1234);
-    EXPECT_EQ(got.echoHeldUs, 56U);
-    ASSERT_TRUE(got.pose);
-    EXPECT_EQ(got.pose->pose.y, -300.25F);
-    EXPECT_EQ(got.pose->pose.mapName, "Map_A");
-    EXPECT_EQ(got.pose->displayName, "KESTREN HOST");
-
+// The fields' round trip shows in every network session test; here what a forger or a damaged path
+// gives: another key, or any flipped bit, fails the tag.
+TEST(NetPacket, ASealedPacketOpensWithItsKeyOnlyAndUndamaged) {
+    const auto datagram = st::seal_packet(kKey, pose_packet());
+    ASSERT_TRUE(std::holds_alternative<st::Packet>(opened(datagram)));
     const auto otherKey = st::derive_session_key(*st::parse_session_code("AAAA-BBBB-CCCC-DDDD-EEEE-FFFG"));
     EXPECT_EQ(std::get<st::DropKind>(st::open_packet(otherKey, datagram)), st::DropKind::Mac);
-    // Any flipped bit, in the body or the tag, fails the tag.
     for (std::size_t index = 0; index < datagram.size(); index += 7) {
         auto damaged = datagram;
         damaged[index] ^= 0x10;

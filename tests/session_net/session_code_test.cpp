@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <set>
 #include <string>
 
 namespace st = korvath::session_tool;
@@ -41,23 +40,11 @@ TEST(NetHmacSha256, GivesThePublishedTags) {
     EXPECT_FALSE(st::tags_equal(tag, changed));
 }
 
-TEST(NetSessionCode, ReadsBackAsTypedAndEachCodeGivesItsOwnKey) {
-    std::set<std::string> seen;
-    std::set<st::SessionKey> keys;
-    for (int index = 0; index < 20; ++index) {
-        const st::SessionCode code = st::generate_session_code();
-        const std::string text = st::format_session_code(code);
-        ASSERT_EQ(text.size(), 29U) << text; // six groups of four
-        const auto parsed = st::parse_session_code(text);
-        ASSERT_TRUE(parsed);
-        EXPECT_EQ(parsed->bytes, code.bytes);
-        seen.insert(text);
-        keys.insert(st::derive_session_key(code));
-    }
-    EXPECT_EQ(seen.size(), 20U);
-    EXPECT_EQ(keys.size(), 20U);
-
-    // A person may type it in lower case, without dashes, with O for 0 and I or L for 1.
+// The printed code's round trip and a one-letter change of key show in the network session tests; here
+// that codes differ, and what a person may type.
+TEST(NetSessionCode, GeneratedCodesDifferAndTypedVariantsReadTheSame) {
+    EXPECT_NE(st::generate_session_code().bytes, st::generate_session_code().bytes);
+    // Lower case, without dashes, with O for 0 and I or L for 1.
     const auto code = *st::parse_session_code("0123-4567-89AB-CDEF-GHJK-MNPQ");
     for (const auto* typed : {"0123456789abcdefghjkmnpq", "O123 4567 89ab cdef ghjk mnpq",
                               "0I23-4567-89AB-CDEF-GHJK-MNPQ", "0l23-4567-89AB-CDEF-GHJK-MNPQ"}) {
@@ -65,10 +52,6 @@ TEST(NetSessionCode, ReadsBackAsTypedAndEachCodeGivesItsOwnKey) {
         ASSERT_TRUE(parsed) << typed;
         EXPECT_EQ(parsed->bytes, code.bytes) << typed;
     }
-    // One character off changes the key.
-    auto other = *st::parse_session_code("0123-4567-89AB-CDEF-GHJK-MNPR");
-    EXPECT_NE(st::derive_session_key(other), st::derive_session_key(code));
-
     for (const auto* bad : {"", "0123-4567-89AB-CDEF-GHJK-MNP", "0123-4567-89AB-CDEF-GHJK-MNPQR",
                             "0123-4567-89AB-CDEF-GHJK-MNPU", "0123\t4567-89AB-CDEF-GHJK-MNPQ"})
         EXPECT_FALSE(st::parse_session_code(bad)) << bad;

@@ -1,16 +1,17 @@
-// The two-client demo of korvath-session: its directory, the processes it owns, its live display, its
-// plot writer, its readers of the world logs and reports, its verdict, and one whole run.
+// The two-client demo of korvath-session: its directory, the processes it owns, its plot writer, its
+// readers of the world logs and reports, its figures of how a proxy follows (and the watch's desync
+// meter), its verdict, and one whole run.
 
 #include "support/test_support.hpp"
 #include "tools/session/demo/child_process.hpp"
-#include "tools/session/demo/demo_progress.hpp"
 #include "tools/session/demo/demo_setup.hpp"
 #include "tools/session/demo/demo_summary.hpp"
 #include "tools/session/demo/follow_distance.hpp"
+#include "tools/session/demo/stop_figures.hpp"
 #include "tools/session/demo/world_trace.hpp"
-#include "tools/session/plot/plot_scale.hpp"
 #include "tools/session/plot/svg_plot.hpp"
 #include "tools/session/plot/svg_writer.hpp"
+#include "tools/session/watch/desync_meter.hpp"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -18,10 +19,8 @@
 #include <algorithm>
 #include <cmath>
 #include <csignal>
-#include <cstdlib>
 #include <regex>
 #include <sstream>
-#include <thread>
 
 namespace korvath::test {
 namespace {
@@ -70,7 +69,6 @@ auto polyline_extent(const std::string& xml) -> std::pair<double, double> {
 }
 
 TEST(DemoSvgPlot, EveryTextIsEscapedTheDocumentWellFormedAndAMapKeepsOneScale) {
-    EXPECT_EQ(tool::xml_escape(R"(B's <proxy> & "A")"), "B&apos;s &lt;proxy&gt; &amp; &quot;A&quot;");
     for (const auto& [value, text] : {std::pair{0.126, "0.13"}, {-0.001, "0"}, {HUGE_VAL, "0"}})
         EXPECT_EQ(tool::svg_number(value), text) << value;
 
@@ -92,18 +90,6 @@ TEST(DemoSvgPlot, EveryTextIsEscapedTheDocumentWellFormedAndAMapKeepsOneScale) {
     for (const char* text : {">Demo &lt;1&gt;<", ">A&apos;s &lt;path&gt;<", ">B &quot;stands&quot;<",
                              ">follow &amp; lead<", ">kill &lt;switch&gt;<"})
         EXPECT_THAT(xml, HasSubstr(text));
-}
-
-TEST(DemoPlotScale, MapsEndsOntoTheRangeAndPicksRoundTicks) {
-    const tool::LinearScale y{-600, 900, 700, 100}; // an SVG y axis runs downwards
-    EXPECT_EQ(std::make_tuple(y.map(-600), y.map(900), y.map(150)), std::make_tuple(700.0, 100.0, 400.0));
-    EXPECT_DOUBLE_EQ((tool::LinearScale{5, 5, 0, 10}.map(123)), 5); // empty domain: the middle
-
-    const auto ticks = tool::nice_ticks(-612, 618, 5); // steps of 1, 2 or 5 times a power of ten
-    EXPECT_EQ(ticks.values, (std::vector<double>{-1000, -500, 0, 500, 1000}));
-    EXPECT_EQ(tool::nice_ticks(7, 7, 4).values, (std::vector<double>{6, 6.5, 7, 7.5, 8})); // widened
-    EXPECT_EQ(tool::tick_label(0.30000000000000004, 0.1), "0.3");
-    EXPECT_EQ(tool::tick_label(-1e-17, 0.02), "0.00");
 }
 
 TEST(DemoWorldTrace, LinesSplitAcrossReadsGiveThePawnAndTheLivingProxy) {
@@ -141,6 +127,64 @@ TEST(DemoFollowDistance, TracksOfTwoClocksMeetOnOneTimeLine) {
     EXPECT_DOUBLE_EQ(stats.rms, std::sqrt((200.0 * 200 + 300.0 * 300) / 2));
 }
 
+// The demo's figures for a player who stops dead: where the stop lies between two samples, how far the
+// proxy runs on past it, and when it settles.
+TEST(StopFigures, TheStopLiesWhereTheLastSpeedEndsAndTheSettleCountsFromTheLastExcursion) {
+    // The leader walks along x at 300 units/s and stops at x = 615, 0.05 s after its sample at 2.0 s.
+    std::vector<tool::TraceSample> leader;
+    for (int tenth = 0; tenth <= 40; ++tenth) {
+        const double t = tenth / 10.0;
+        leader.push_back({t, std::min(300 * t, 615.0), 0, 100});
+    }
+    // The follower, started 0.5 s later: behind, 20 past the stop, 2 past, then within 1 unit.
+    const std::vector<tool::TraceSample> follower{
+        {1.0, 400, 0, 100},   {1.7, 635, 5, 100},   {1.8, 617, 0, 100}, {1.9, 615.5, 0, 100},
+        {2.0, 616.5, 0, 100}, {2.1, 615.2, 0, 100}, {3.5, 615, 0, 100}};
+    const auto figures = tool::stop_figures({&leader, 0.0}, {&follower, 0.5}, 1.0);
+    ASSERT_TRUE(figures);
+    EXPECT_NEAR(figures->stoppedAt, 2.05, 1e-9);
+    EXPECT_NEAR(figures->overshoot, 20.0, 1e-9); // along the travel; the sideways 5 does not count
+    EXPECT_NEAR(figures->settleSeconds.value_or(-1), 2.6 - 2.05, 1e-9);
+
+    const std::vector<tool::TraceSample> drifting{{1.8, 617, 0, 100}, {3.5, 618, 0, 100}};
+    EXPECT_FALSE(tool::stop_figures({&leader, 0.0}, {&drifting, 0.5}, 1.0)->settleSeconds);
+    // A leader still walking at the end of its track, or resting too briefly: nothing to measure.
+    leader.resize(22);
+    EXPECT_FALSE(tool::stop_figures({&leader, 0.0}, {&follower, 0.5}, 1.0));
+}
+
+// The desync meter: proxy poses measured against the player's pose at the same moment, over a sliding
+// window, whatever order the two kinds of samples arrive in.
+TEST(DesyncMeter, MeasuresAgainstThePlayerAtTheSameMomentOnceCoveredAndOnlyWithinTheWindow) {
+    tool::DesyncMeter meter(10.0);
+    meter.add_proxy(0.5, {0, 0, 0});          // before any player sample: never measured
+    for (int fifth = 5; fifth <= 50; ++fifth) // the player walks along x at 100 units/s, from 1 s to 10 s
+        meter.add_player(fifth / 5.0, {fifth * 20.0, 0, 100});
+    EXPECT_FALSE(meter.figures(10.0));
+
+    meter.add_proxy(2.1, {200, 0, 100});   // the player was at 210 (between its samples at 2.0 and 2.2)
+    meter.add_proxy(2.1, {0, 0, 0});       // the same report again: ignored
+    meter.add_proxy(9.9, {990, 30, 140});  // 50 off
+    meter.add_proxy(10.1, {1010, 0, 100}); // ahead of the player's samples: waits
+    auto figures = meter.figures(10.0);
+    ASSERT_TRUE(figures);
+    EXPECT_EQ(figures->count, 2u);
+    EXPECT_NEAR(figures->mean, 30, 1e-9);
+    EXPECT_NEAR(figures->rms, std::sqrt((10.0 * 10 + 50.0 * 50) / 2), 1e-9);
+    EXPECT_NEAR(figures->max, 50, 1e-9);
+
+    meter.add_player(10.2, {1020, 0, 100}); // covers 10.1: the player was at 1010
+    figures = meter.figures(12.5);          // 2.1 has left the window
+    ASSERT_TRUE(figures);
+    EXPECT_EQ(figures->count, 2u);
+    EXPECT_NEAR(figures->mean, 25, 1e-9);
+    EXPECT_FALSE(meter.figures(30.0));
+
+    meter.add_player(NAN, {0, 0, 0}); // a broken time changes nothing
+    meter.add_proxy(INFINITY, {0, 0, 0});
+    EXPECT_EQ(meter.figures(12.5)->count, 2u);
+}
+
 TEST(DemoSummary, ReportsTellWhatEachClientDidAndEveryDeviationIsNamed) {
     // The reports of CLIENT_B after a good session, as far as the summary reads them.
     tool::ClientReports reports{
@@ -150,10 +194,7 @@ TEST(DemoSummary, ReportsTellWhatEachClientDidAndEveryDeviationIsNamed) {
         "localPawnMoved=1\noriginalX=0\noriginalY=0\noriginalZ=100\ndestinationX=6.99382e-05\n"
         "destinationY=800\ndestinationZ=110\n",
         std::nullopt};
-    const auto b = tool::summarize_client("B", reports);
-    EXPECT_EQ(std::tie(b.proxySpawned, b.moves, b.proxyDestroyed, b.destroyReason, b.movedAside),
-              std::make_tuple(true, std::uint64_t{258}, true, std::string("remote-player-stale"), true));
-    EXPECT_THAT(b.remotePlayer, HasSubstr("player-a"));
+    const auto b = tool::summarize_client("B", reports); // what it reads shows in the demo's own run
     EXPECT_FALSE(b.error || tool::summarize_client("A", {}).proxySpawned);
 
     reports.error = "Movement call threw an unknown exception.\nsecond line\n";
@@ -201,57 +242,29 @@ TEST(DemoSetup, UsesAnEmptyOrEarlierDemoDirectoryAndRefusesAnyOther) {
     EXPECT_EQ(read_file(root / "mine" / "notes.txt"), "keep me");
 }
 
-// Polls until `done` holds, for at most five seconds.
-auto poll_until(const auto& done) -> bool {
-    for (const auto deadline = std::chrono::steady_clock::now() + 5s;
-         !done() && std::chrono::steady_clock::now() < deadline;)
-        std::this_thread::sleep_for(10ms);
-    return done();
-}
-
 TEST(DemoChildProcess, OutputGoesToTheLogAndAStubbornProcessIsKilled) {
 #ifdef _WIN32
     GTEST_SKIP() << "runs POSIX shell scripts";
 #else
     const fs::path dir = scratch_dir("child");
     tool::ChildProcess talker("/bin/sh", {"-c", "echo out; echo err >&2; exit 3"}, dir / "talker.log");
-    EXPECT_TRUE(poll_until([&] { return talker.poll().has_value(); }));
+    EXPECT_TRUE(wait_until(5s, [&] { return talker.poll().has_value(); }));
     EXPECT_EQ(talker.terminate(5s), 3) << "an ended process keeps its status";
     EXPECT_EQ(read_file(dir / "talker.log"), "out\nerr\n");
 
     // Ignores SIGTERM: killed once the grace time is over, and its status tells so.
     tool::ChildProcess stubborn("/bin/sh", {"-c", "trap '' TERM; echo ready; while :; do sleep 1; done"},
                                 dir / "stubborn.log");
-    ASSERT_TRUE(poll_until([&] { return !read_file(dir / "stubborn.log").empty(); })); // the trap is set
+    ASSERT_TRUE(wait_until(5s, [&] { return !read_file(dir / "stubborn.log").empty(); })); // the trap is set
     EXPECT_EQ(stubborn.terminate(100ms), 128 + SIGKILL);
     EXPECT_THROW(tool::ChildProcess(dir / "missing-program", {}, dir / "missing.log"), std::runtime_error);
 #endif
 }
 
-// Into a pipe a phase is printed when it changes and again after a while; on a terminal the live line
-// is cut to the width less one column.
-TEST(DemoProgress, APipeGetsPhaseChangesAndRepeatsATerminalALineWithinItsWidth) {
-    const auto start = tool::DemoProgress::Clock::time_point{} + 1h;
-    std::ostringstream out;
-    tool::DemoProgress progress(out, false, 80, start);
-    for (const auto& [phase, ms] :
-         {std::pair{"enabling", 1200}, {"enabling", 2200}, {"enabling", 5300}, {"following", 5400}})
-        progress.status(phase, "detail", start + std::chrono::milliseconds(ms));
-    EXPECT_EQ(std::ranges::count(out.str(), '\n'), 3) << out.str();
-    out.str("");
-    tool::DemoProgress live(out, true, 40, start);
-    live.status("stale", std::string(100, 'x'), start + 1s);
-    EXPECT_EQ(std::regex_replace(out.str(), std::regex("\r|\x1b\\[[0-9]*[A-Za-z]"), "").size(), 39u);
-}
-
 // The whole demo as README runs it, with the shorter following phase: two games and a full session.
 TEST(DemoProcess, AWholeSessionGoesAsExpectedAndLeavesThePlot) {
-    const fs::path root = scratch_dir("demo"), dir = root / "demo";
-    const int status =
-        tool::ChildProcess(fs::path(KORVATH_TOOLS_DIR) / ("korvath-session" KORVATH_EXECUTABLE_SUFFIX),
-                           {"demo", "--quick", "--dir", dir.string()}, root / "output.txt")
-            .wait();
-    const std::string output = read_file(root / "output.txt");
+    const fs::path dir = scratch_dir("demo") / "demo";
+    const auto [status, output] = run_tool("korvath-session", {"demo", "--quick", "--dir", dir.string()});
     EXPECT_EQ(status, 0) << output;
     for (const char* text : {"Demo passed", "A destroyed its proxy of B as \"kill-switch\"",
                              "B destroyed its proxy of A as \"remote-player-stale\""})

@@ -2,7 +2,6 @@
 // writer stamps land on the relay's clock, and what one predicting link writes. Every time is given.
 
 #include "support/test_support.hpp"
-#include "tools/platform/os.hpp"
 #include "tools/session/exchange/remote_player_row.hpp"
 #include "tools/session/link/pose_predictor.hpp"
 #include "tools/session/link/predicting_link.hpp"
@@ -59,8 +58,6 @@ auto predict_after(const Path& path, double last, double now, const tool::Predic
 
 TEST(PosePredictor, PredictsWalksAndTurnsAheadByTheLagAndStopsWithThePlayer) {
     const double lag = std::chrono::duration<double>(tool::mod_follow_lag()).count();
-    EXPECT_NEAR(lag, 0.0375 + 0.0929 + 0.025, 0.001); // half a poll, the smoothing, half a step
-
     struct Case {
         const char* name;
         Path path;
@@ -141,16 +138,6 @@ TEST(PredictingLink, WritesTheSampleAheadWhenPredictingAndAsItIsWhenNot) {
     EXPECT_EQ(read_file(remote), row(30 + 300 * (lag + 0.010)));
     plain.step(fileNow, 1120ms);
     EXPECT_EQ(read_file(remote), row(30));
-
-    // Without stamps, a rewrite of the file is a new sample, timed by the file: 10 ms old when read.
-    const auto t0 = fileNow - 1s;
-    write_file(local, "60\t0\t100\t0\tMap_A\n");
-    ASSERT_TRUE(os::set_last_write_time(local, t0));
-    predicting.step(t0 + 10ms, 5010ms);
-    write_file(local, "90\t0\t100\t0\tMap_A\n");
-    ASSERT_TRUE(os::set_last_write_time(local, t0 + 100ms));
-    predicting.step(t0 + 110ms, 5110ms);
-    EXPECT_EQ(read_file(remote), row(90 + 300 * (lag + 0.010)));
 
     write_file(local, "bad\n");
     EXPECT_EQ(predicting.step(fileNow, 5200ms), tool::RelayOutcome::Invalid);

@@ -1,16 +1,15 @@
 // Engine failures at each point of a running session, given to simulated games through their control
 // files: every failure mode of every engine operation, alone and paired with a destroy failing the same
-// way, held
-// while the proxy follows, while it is destroyed as stale and while it is spawned again, then cleared;
-// and the CLIENT_B relocation failing at start-up. Each game must live on, report what failed, never
-// hold two proxies, and have its proxy back once the engine works again.
+// way, held while the proxy follows, while it is destroyed as stale and while it is spawned again, then
+// cleared; and the CLIENT_B relocation failing at start-up. Each game must live on, report what failed,
+// never hold two proxies, and have its proxy back once the engine works again.
 
 #include "soak/sim_game.hpp"
 #include "support/test_support.hpp"
 
 #include <gtest/gtest.h>
 
-#include <array>
+#include <algorithm>
 #include <functional>
 #include <map>
 #include <set>
@@ -23,13 +22,28 @@ namespace tool = session_tool;
 using namespace std::chrono_literals;
 using Errors = std::set<std::string>;
 
-constexpr std::array<std::string_view, 10> kSessionOps{
-    "controller", "class", "world", "spawn", "move", "destroy", "hidden", "collision", "tick", "fullname"};
+// The engine operations of a session, and the error report each gives when it fails: quietly (missing or
+// false), and by raising (the action whose report names the exception). The lookups and the world query
+// come before the guarded spawn, so their exceptions go to the host and leave no report; a failure of
+// the controls or the name is reported by the action in which it happens.
+struct OperationFault {
+    std::string_view op;
+    const char* quietReport; // none: a quiet failure leaves no report
+    const char* raisedIn;    // none: the exception goes to the host
+};
+constexpr const char* kNotFound = "The player controller or BP_PlayerCharacter_C class was not found.\n";
+constexpr OperationFault kSessionOps[] = {
+    {"controller", kNotFound, nullptr},
+    {"class", kNotFound, nullptr},
+    {"world", "The active player controller returned a null world.\n", nullptr},
+    {"spawn", "UWorld::SpawnActor returned null.\n", "Spawn"},
+    {"move", nullptr, "Movement"},
+    {"destroy", "Destroy call returned but the proxy is still in the world.\n", "Destroy"},
+    {"hidden", nullptr, "Spawn"},
+    {"collision", nullptr, "Spawn"},
+    {"tick", nullptr, "Spawn"},
+    {"fullname", nullptr, "Destroy"}};
 const std::vector<std::string> kModes{"missing", "false", "throw", "throw-unknown"};
-
-auto ready(SimGame& game) -> bool {
-    return game.proxies() == 1 && game.status_says("proxyActive=1");
-}
 
 // Collects the distinct error reports of each game until every game meets `done` (given its index and
 // how many distinct errors it had when the phase began) or `limit` has passed. Phases end on what the
@@ -62,7 +76,7 @@ auto run_fault_cycle(std::vector<std::unique_ptr<SimGame>>& games, const std::ve
     -> std::vector<Errors> {
     std::vector<Errors> errors(games.size());
     const bool started = wait_until(25s, [&] {
-        return std::all_of(games.begin(), games.end(), [](auto& game) { return ready(*game); });
+        return std::all_of(games.begin(), games.end(), [](auto& game) { return game->has_proxy(); });
     });
     EXPECT_TRUE(started) << "the sessions did not start";
     if (!started)
@@ -87,7 +101,7 @@ auto run_fault_cycle(std::vector<std::unique_ptr<SimGame>>& games, const std::ve
     for (auto& game : games)
         EXPECT_TRUE(game->command("clear\n"));
     for (std::size_t i = 0; i < games.size(); ++i) {
-        EXPECT_TRUE(wait_until(8s, [&] { return ready(*games[i]); }))
+        EXPECT_TRUE(wait_until(8s, [&] { return games[i]->has_proxy(); }))
             << faults[i] << ": no proxy after the fault was cleared";
         EXPECT_LE(games[i]->most_proxies(), 1) << faults[i];
         EXPECT_TRUE(games[i]->running()) << faults[i];
@@ -99,71 +113,52 @@ auto run_fault_cycle(std::vector<std::unique_ptr<SimGame>>& games, const std::ve
     return errors;
 }
 
-// The error reports one failing operation causes in the cycle. The lookups and the world query come
-// before the guarded spawn, so their exceptions go to the host and leave no report; a failure of the
-// controls or the name is reported by the action in which it happens.
-auto expected_errors(std::string_view op, std::string_view mode) -> Errors {
-    const bool throws = mode.starts_with("throw");
-    const auto thrown = [&](const std::string& action) -> Errors {
-        return {mode == "throw"
-                    ? action + " call threw an exception: simulated " + std::string(op) + " failure\n"
-                    : action + " call threw an unknown exception.\n"};
-    };
-    if (op == "controller" || op == "class")
-        return throws ? Errors{}
-                      : Errors{"The player controller or BP_PlayerCharacter_C class was not found.\n"};
-    if (op == "world")
-        return throws ? Errors{} : Errors{"The active player controller returned a null world.\n"};
-    if (op == "spawn")
-        return throws ? thrown("Spawn") : Errors{"UWorld::SpawnActor returned null.\n"};
-    if (op == "move")
-        return throws ? thrown("Movement") : Errors{};
-    if (op == "destroy")
-        return throws ? thrown("Destroy")
-                      : Errors{"Destroy call returned but the proxy is still in the world.\n"};
-    if (op == "fullname")
-        return throws ? thrown("Destroy") : Errors{};
-    return throws ? thrown("Spawn") : Errors{}; // the three controls
+// The error reports one failing operation causes in the cycle.
+auto expected_errors(const OperationFault& fault, const std::string& mode) -> Errors {
+    if (!mode.starts_with("throw"))
+        return fault.quietReport ? Errors{fault.quietReport} : Errors{};
+    if (!fault.raisedIn)
+        return {};
+    const std::string action = fault.raisedIn;
+    return {mode == "throw"
+                ? action + " call threw an exception: simulated " + std::string(fault.op) + " failure\n"
+                : action + " call threw an unknown exception.\n"};
 }
 
-auto mode_name(const ::testing::TestParamInfo<std::string>& info) -> std::string {
-    return info.param == "throw-unknown" ? "throw_unknown" : info.param;
-}
+// One game per operation, each failing in the same mode, alone or together with the destroy.
+class EngineFault : public ::testing::TestWithParam<std::tuple<std::string, bool>> {};
 
-class EngineFault : public ::testing::TestWithParam<std::string> {};
-
-TEST_P(EngineFault, AloneWhileFollowingDestroyingAndSpawning) {
-    const fs::path dir = scratch_dir("engine-fault-" + GetParam());
+TEST_P(EngineFault, HeldWhileFollowingDestroyingAndSpawning) {
+    const auto& [mode, paired] = GetParam();
+    const fs::path dir = scratch_dir("engine-fault-" + mode + (paired ? "-paired" : ""));
     std::vector<std::unique_ptr<SimGame>> games;
+    std::vector<OperationFault> ops;
     std::vector<std::string> faults;
-    for (const std::string_view op : kSessionOps) {
-        games.push_back(std::make_unique<SimGame>(dir / op, tool::ClientRole::ClientA));
-        faults.push_back("fail " + std::string(op) + "=" + GetParam() + "\n");
-    }
-    const auto errors = run_fault_cycle(games, faults);
-    for (std::size_t i = 0; i < kSessionOps.size(); ++i)
-        EXPECT_EQ(errors[i], expected_errors(kSessionOps[i], GetParam())) << faults[i];
-}
-
-TEST_P(EngineFault, PairedWithAFailingDestroy) {
-    const fs::path dir = scratch_dir("engine-fault-pair-" + GetParam());
-    std::vector<std::unique_ptr<SimGame>> games;
-    std::vector<std::string> faults;
-    for (const std::string_view op : kSessionOps) {
-        if (op == "destroy")
+    for (const OperationFault& fault : kSessionOps) {
+        if (paired && fault.op == "destroy")
             continue;
-        games.push_back(std::make_unique<SimGame>(dir / op, tool::ClientRole::ClientA));
-        faults.push_back("fail " + std::string(op) + "=" + GetParam() + "\nfail destroy=" + GetParam() +
-                         "\n");
+        ops.push_back(fault);
+        games.push_back(std::make_unique<SimGame>(dir / fault.op, tool::ClientRole::ClientA));
+        faults.push_back("fail " + std::string(fault.op) + "=" + mode + "\n" +
+                         (paired ? "fail destroy=" + mode + "\n" : ""));
     }
     const auto errors = run_fault_cycle(games, faults);
     for (std::size_t i = 0; i < games.size(); ++i)
-        EXPECT_TRUE(std::any_of(errors[i].begin(), errors[i].end(), [](const std::string& e) {
-            return e.starts_with("Destroy call");
-        })) << faults[i];
+        if (paired)
+            EXPECT_TRUE(tried_to_destroy(errors[i])) << faults[i];
+        else
+            EXPECT_EQ(errors[i], expected_errors(ops[i], mode)) << faults[i];
 }
 
-INSTANTIATE_TEST_SUITE_P(EachMode, EngineFault, ::testing::ValuesIn(kModes), mode_name);
+auto fault_set_name(const ::testing::TestParamInfo<EngineFault::ParamType>& fault) -> std::string {
+    std::string name =
+        std::get<0>(fault.param) + (std::get<1>(fault.param) ? "_paired_with_destroy" : "_alone");
+    std::ranges::replace(name, '-', '_');
+    return name;
+}
+
+INSTANTIATE_TEST_SUITE_P(EachMode, EngineFault,
+                         ::testing::Combine(::testing::ValuesIn(kModes), ::testing::Bool()), fault_set_name);
 
 // CLIENT_B's relocation fails at start-up; once the engine works, the session goes on. A failed move is
 // final (the pawn stays where it is); a pawn that could not be found is looked for again.
@@ -197,7 +192,7 @@ TEST(EngineFaults, RelocationFailsAtStartUpAndTheSessionGoesOn) {
         {"relocate=throw-unknown", "Client B local pawn relocation threw an unknown exception.\n"}};
     for (std::size_t i = 0; i < games.size(); ++i) {
         SimGame& game = *games[i];
-        EXPECT_TRUE(wait_until(15s, [&] { return ready(game); })) << faults[i] << ": no session";
+        EXPECT_TRUE(wait_until(15s, [&] { return game.has_proxy(); })) << faults[i] << ": no session";
         const auto error = errors.find(faults[i]);
         EXPECT_EQ(game.report("cpp_phase5g_error.txt"), error == errors.end() ? "" : error->second)
             << faults[i];
@@ -214,7 +209,7 @@ TEST(EngineFaults, RelocationFailsAtStartUpAndTheSessionGoesOn) {
 TEST(EngineFaults, MapChangeDestroysTheProxyAndUnloadingLeavesItStanding) {
     const fs::path dir = scratch_dir("map-change");
     SimGame game(dir / "game", tool::ClientRole::ClientA);
-    ASSERT_TRUE(wait_until(20s, [&] { return ready(game); }));
+    ASSERT_TRUE(wait_until(20s, [&] { return game.has_proxy(); }));
     for (const bool fresh : {true, false, true}) {
         game.set_remote_fresh(fresh);
         ASSERT_TRUE(game.command(fresh ? "map Map_B\n" : "map Map_C\n"));
@@ -224,7 +219,7 @@ TEST(EngineFaults, MapChangeDestroysTheProxyAndUnloadingLeavesItStanding) {
             << (fresh ? "fresh" : "stale") << " remote player";
         if (!fresh) {
             game.set_remote_fresh(true);
-            EXPECT_TRUE(wait_until(2s, [&] { return ready(game); }));
+            EXPECT_TRUE(wait_until(2s, [&] { return game.has_proxy(); }));
         }
     }
     EXPECT_LE(game.most_proxies(), 1);

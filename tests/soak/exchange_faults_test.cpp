@@ -76,7 +76,7 @@ auto temporaries(const SimGame& game) -> int {
 }
 
 auto session_with_proxy(SimGame& game) -> bool {
-    return wait_until(20s, [&] { return game.proxies() == 1 && game.status_says("proxyActive=1"); });
+    return wait_until(20s, [&] { return game.has_proxy(); });
 }
 
 // After the fault: a heartbeat within 1.5 s, a proxy again, nothing left over, a clean exit.

@@ -3,25 +3,11 @@
 #include "support/test_support.hpp"
 
 #include <algorithm>
-#include <thread>
 
 namespace korvath::test {
 
 namespace tool = session_tool;
 using namespace std::chrono_literals;
-
-namespace {
-
-const fs::path kSimulator = fs::path(KORVATH_TOOLS_DIR) / ("korvath-sim" KORVATH_EXECUTABLE_SUFFIX);
-
-} // namespace
-
-auto wait_until(std::chrono::milliseconds limit, const std::function<bool()>& done) -> bool {
-    const auto deadline = std::chrono::steady_clock::now() + limit;
-    while (!done() && std::chrono::steady_clock::now() < deadline)
-        std::this_thread::sleep_for(50ms);
-    return done();
-}
 
 SimGame::SimGame(fs::path game, tool::ClientRole role, const std::vector<std::string>& extra)
     : m_game(std::move(game)) {
@@ -36,7 +22,8 @@ SimGame::SimGame(fs::path game, tool::ClientRole role, const std::vector<std::st
                                        "--world-log",        m_game.string() + ".world",
                                        "--control",          m_game.string() + ".control"};
     arguments.insert(arguments.end(), extra.begin(), extra.end());
-    m_process = std::make_unique<tool::ChildProcess>(kSimulator, arguments, fs::path(m_game) += ".log");
+    m_process = std::make_unique<tool::ChildProcess>(tool_program("korvath-sim"), arguments,
+                                                     fs::path(m_game) += ".log");
 }
 
 SimGame::~SimGame() = default;
@@ -86,6 +73,10 @@ auto SimGame::proxies() -> int {
 auto SimGame::most_proxies() -> int {
     read_world();
     return m_mostProxies;
+}
+
+auto SimGame::has_proxy() -> bool {
+    return proxies() == 1 && status_says("proxyActive=1");
 }
 
 auto SimGame::consistent() -> bool {

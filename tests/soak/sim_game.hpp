@@ -6,9 +6,7 @@
 #include "tools/session/exchange/client_controls.hpp"
 #include "tools/soak/world_snapshots.hpp"
 
-#include <chrono>
 #include <filesystem>
-#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -18,9 +16,6 @@
 namespace korvath::test {
 
 namespace fs = std::filesystem;
-
-// Polls `done` every 50 ms until it holds or `limit` has passed; the last answer.
-auto wait_until(std::chrono::milliseconds limit, const std::function<bool()>& done) -> bool;
 
 class SimGame {
 public:
@@ -43,6 +38,8 @@ public:
     // Living proxies in the world log's latest whole snapshot, and the most in any snapshot so far.
     auto proxies() -> int;
     auto most_proxies() -> int;
+    // One proxy in the world, and the status report says so.
+    auto has_proxy() -> bool;
     // The world and the status report agree: a proxy and proxyActive=1, or neither.
     auto consistent() -> bool;
     auto running() -> bool;

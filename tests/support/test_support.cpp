@@ -5,12 +5,14 @@
 #include "standin/Clock.hpp"
 #include "standin/Engine.hpp"
 #include "tools/platform/os.hpp"
+#include "tools/session/demo/child_process.hpp"
 
 #include <atomic>
 #include <cstdio>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
+#include <thread>
 
 namespace korvath::test {
 
@@ -48,6 +50,28 @@ auto write_file(const fs::path& path, std::string_view bytes) -> void {
 
 auto set_file_age(const fs::path& path, int64_t secondsAgo, int64_t extraNanoseconds) -> void {
     set_file_time(path, platform::system_file_time_now() - secondsAgo * 10'000'000 - extraNanoseconds / 100);
+}
+
+auto wait_until(std::chrono::milliseconds limit, const std::function<bool()>& done,
+                std::chrono::milliseconds every) -> bool {
+    const auto deadline = std::chrono::steady_clock::now() + limit;
+    while (!done() && std::chrono::steady_clock::now() < deadline)
+        std::this_thread::sleep_for(every);
+    return done();
+}
+
+auto tool_program(std::string_view name) -> fs::path {
+    return fs::path(KORVATH_TOOLS_DIR) / (std::string(name) + KORVATH_EXECUTABLE_SUFFIX);
+}
+
+auto exchange_of(const fs::path& game) -> fs::path {
+    return game / "KorvathOnline";
+}
+
+auto run_tool(std::string_view name, const std::vector<std::string>& args) -> std::pair<int, std::string> {
+    const fs::path output = scratch_dir("run") / "output.txt";
+    const int status = session_tool::ChildProcess(tool_program(name), args, output).wait();
+    return {status, read_file(output)};
 }
 
 auto reset_session_state() -> void {

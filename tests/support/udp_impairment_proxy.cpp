@@ -81,10 +81,8 @@ auto UdpImpairmentProxy::run(Impairment toServer, Impairment toClient, uint32_t 
                     m_captured.erase(m_captured.begin());
                 m_captured.emplace_back(buffer.begin(), buffer.begin() + *size);
             }
-            if (unit(random) < impairment.loss) {
-                ++m_lost;
+            if (unit(random) < impairment.loss)
                 continue;
-            }
             const double shift = (2.0 * unit(random) - 1.0) * static_cast<double>(impairment.jitter.count());
             const auto delay = std::chrono::microseconds(
                 static_cast<int64_t>((static_cast<double>(impairment.delay.count()) + shift) * 1000.0));
@@ -106,7 +104,6 @@ auto UdpImpairmentProxy::run(Impairment toServer, Impairment toClient, uint32_t 
                 m_serverSide.send(m_server, next.bytes);
             else if (client)
                 m_clientSide.send(*client, next.bytes);
-            ++m_forwarded;
             held.pop();
         }
         m_clientSide.wait_readable(std::chrono::milliseconds(1));

@@ -31,12 +31,10 @@ public:
 
     // Where the client sends.
     auto endpoint() const -> session_tool::UdpEndpoint;
-    auto forwarded() const -> uint64_t { return m_forwarded.load(); }
     // What an attacker on the path does: sends `bytes` to the server as if from the client, and keeps
     // copies of the client's datagrams (the last 256) to send again.
     auto inject(std::vector<uint8_t> bytes) -> void;
     auto captured() const -> std::vector<std::vector<uint8_t>>;
-    auto lost() const -> uint64_t { return m_lost.load(); }
 
 private:
     auto run(Impairment toServer, Impairment toClient, uint32_t seed, std::chrono::seconds limit) -> void;
@@ -49,8 +47,6 @@ private:
     std::vector<std::vector<uint8_t>> m_injected;
     std::vector<std::vector<uint8_t>> m_captured;
     std::atomic<bool> m_stop{false};
-    std::atomic<uint64_t> m_forwarded{0};
-    std::atomic<uint64_t> m_lost{0};
     std::thread m_thread;
 };
 
