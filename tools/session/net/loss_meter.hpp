@@ -11,7 +11,7 @@ namespace korvath::session_tool {
 class LossMeter {
 public:
     // A packet from the peer with sequence `sequence`, received at `now`; one that arrives after a newer
-    // one still counts as received.
+    // one still counts as received, a copy of one already counted does not.
     auto add(uint64_t sequence, std::chrono::nanoseconds now) -> void;
     auto clear() -> void { *this = {}; }
     // The loss of the last complete window, 0 to 1; nothing before one has completed.
@@ -20,6 +20,7 @@ public:
 private:
     std::optional<uint64_t> m_first; // the sequence before the window's first packet
     uint64_t m_last = 0;
+    uint64_t m_seen = 0; // bit i: m_last - i was received
     uint64_t m_received = 0;
     std::chrono::nanoseconds m_windowStart{};
     std::optional<double> m_loss;
