@@ -54,8 +54,7 @@ auto step(const std::array<float, 4>& a, const std::array<float, 4>& t) -> std::
 }
 
 auto bits(const std::array<float, 4>& v) -> std::array<uint32_t, 4> {
-    return {std::bit_cast<uint32_t>(v[0]), std::bit_cast<uint32_t>(v[1]), std::bit_cast<uint32_t>(v[2]),
-            std::bit_cast<uint32_t>(v[3])};
+    return std::bit_cast<std::array<uint32_t, 4>>(v);
 }
 
 auto skip_without_fma() -> bool {

@@ -1,9 +1,7 @@
-// Readers race the report writer: two threads of this process and one other process read a report, back
-// to back, while write_text_file_atomically replaces it thousands of times. On POSIX each must see a
-// whole report, old or new, never a mixture and never no file. Where a rename over an open file is
-// refused (Windows without POSIX rename semantics, Wine), readers that never let go of the file leave
-// the writer no moment to rename, and it writes over the report in place: there the counts are shown and
-// recorded, not failed, and fewer writes keep the run short.
+// Two threads and another process read a report back to back while write_text_file_atomically replaces
+// it: on POSIX each read is a whole report, never a mixture nor no file. Where a rename over an open file
+// is refused (Windows without POSIX rename semantics, Wine) the writer falls back to writing in place:
+// there the counts are recorded, not failed, and fewer writes keep the run short.
 
 #include "exchange/atomic_file_writer.hpp"
 #include "support/report_generations.hpp"
@@ -61,10 +59,9 @@ TEST(TornReads, ReadersInThreadsAndAnotherProcessSeeOnlyWholeReports) {
     write_text_file_atomically(report, report_generation(0));
     session_tool::ChildProcess reader(KORVATH_TORN_READER, {report.string(), ready.string(), stop.string()},
                                       log);
-    const auto deadline = std::chrono::steady_clock::now() + 60s;
-    while (!fs::exists(ready) && std::chrono::steady_clock::now() < deadline)
-        std::this_thread::sleep_for(10ms); // the other process starting up
-    ASSERT_TRUE(fs::exists(ready)) << read_file(log);
+    ASSERT_TRUE(wait_until(
+        60s, [&] { return fs::exists(ready); }, 10ms))
+        << read_file(log);
 
     std::atomic<bool> done{false};
     ReadCounts shared, stream;

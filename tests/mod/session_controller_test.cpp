@@ -106,7 +106,7 @@ TEST_F(SessionController, StopMarkerOutranksEnableAndIsNeverConsumed) {
     EXPECT_EQ(count(kSevenSecondLine), 1);
 }
 
-TEST_F(SessionController, EnableWaitsExactlySevenSecondsAndPollsInTheSameCall) {
+TEST_F(SessionController, EnableWaitsExactlySevenSecondsOfFreshLocalStateAndPollsInTheSameCall) {
     unrealReady.store(true);
     fresh_local_state();
     fresh_remote_row();
@@ -115,41 +115,30 @@ TEST_F(SessionController, EnableWaitsExactlySevenSecondsAndPollsInTheSameCall) {
 
     put("phase5g.enable_once.txt");
     tick(kT0 + kSecond);
-    EXPECT_EQ(count(kSevenSecondLine), 1);
-    // A marker taken away and put back during the wait does not restart it.
-    fs::remove(exchange_dir() / "phase5g.enable_once.txt");
-    tick(kT0 + 2 * kSecond);
-    put("phase5g.enable_once.txt");
-    EXPECT_EQ(tick(kT0 + 8 * kSecond - 1), GameThreadCommand::None);
-    EXPECT_FALSE(sessionEnabled.load());
-    EXPECT_TRUE(has("phase5g.enable_once.txt"));
-
-    EXPECT_EQ(tick(kT0 + 8 * kSecond), GameThreadCommand::SyncProxy);
-    EXPECT_TRUE(sessionEnabled.load());
-    EXPECT_FALSE(has("phase5g.enable_once.txt"));
-    EXPECT_EQ(count(kEnabledLine), 1);
-    EXPECT_EQ(count(kSevenSecondLine), 1);
-    EXPECT_TRUE(remoteFresh.load());
-    std::lock_guard lock(remoteStateMutex);
-    EXPECT_EQ(remotePlayerSnapshot.playerId, "p2");
-    EXPECT_FLOAT_EQ(remotePlayerSnapshot.yaw, 90.0f);
-}
-
-TEST_F(SessionController, StaleLocalStateRestartsTheEnableWait) {
-    unrealReady.store(true);
-    put("phase5g.enable_once.txt");
-    fresh_local_state();
-    tick(kT0);
+    // Local state gone stale restarts the wait.
     set_file_age(exchange_dir() / "local_state.tsv", 4);
     tick(kT0 + 3 * kSecond);
     EXPECT_EQ(stamps.enableWaitStartedAt, 0);
     fresh_local_state();
     tick(kT0 + 4 * kSecond);
     EXPECT_EQ(count(kSevenSecondLine), 2);
-    tick(kT0 + 10 * kSecond);
+    // A marker taken away and put back during the wait does not restart it.
+    fs::remove(exchange_dir() / "phase5g.enable_once.txt");
+    tick(kT0 + 5 * kSecond);
+    put("phase5g.enable_once.txt");
+    EXPECT_EQ(tick(kT0 + 11 * kSecond - 1), GameThreadCommand::None);
     EXPECT_FALSE(sessionEnabled.load());
-    tick(kT0 + 11 * kSecond);
+    EXPECT_TRUE(has("phase5g.enable_once.txt"));
+
+    EXPECT_EQ(tick(kT0 + 11 * kSecond), GameThreadCommand::SyncProxy);
     EXPECT_TRUE(sessionEnabled.load());
+    EXPECT_FALSE(has("phase5g.enable_once.txt"));
+    EXPECT_EQ(count(kEnabledLine), 1);
+    EXPECT_EQ(count(kSevenSecondLine), 2);
+    EXPECT_TRUE(remoteFresh.load());
+    std::lock_guard lock(remoteStateMutex);
+    EXPECT_EQ(remotePlayerSnapshot.playerId, "p2");
+    EXPECT_FLOAT_EQ(remotePlayerSnapshot.yaw, 90.0f);
 }
 
 TEST_F(SessionController, ClientBRelocatesOnceBeforeTheSessionCanStart) {
@@ -193,31 +182,24 @@ TEST_F(SessionController, ClientBRelocatesOnceBeforeTheSessionCanStart) {
     EXPECT_TRUE(sessionEnabled.load());
 }
 
-TEST_F(SessionController, SyncPostsAtMostEvery50msAndPollsEvery75ms) {
-    enable_session();
-    fresh_remote_row();
-    const int64_t start = kT0 + 8 * kSecond;
-    EXPECT_EQ(tick(start), GameThreadCommand::SyncProxy);
-    EXPECT_EQ(tick(start + 49'999'999), GameThreadCommand::None);
-    EXPECT_EQ(tick(start + 50'000'000), GameThreadCommand::SyncProxy);
-    const int64_t lastPoll = stamps.lastRemotePollAt;
-    tick(start + 60'000'000);
-    EXPECT_EQ(stamps.lastRemotePollAt, lastPoll);
-    tick(lastPoll + 75'000'000);
-    EXPECT_EQ(stamps.lastRemotePollAt, lastPoll + 75'000'000);
-}
-
-TEST_F(SessionController, StaleRemoteAfterThreeSecondsAndTheStopMarkerAtOnceDestroyTheProxy) {
+TEST_F(SessionController, SyncEvery50msPollEvery75msAndStaleRemoteOrTheStopMarkerDestroyTheProxy) {
     enable_session();
     fresh_remote_row();
     const int64_t fresh = kT0 + 8 * kSecond;
     EXPECT_EQ(tick(fresh), GameThreadCommand::SyncProxy);
+    EXPECT_EQ(tick(fresh + 49'999'999), GameThreadCommand::None);
+    EXPECT_EQ(tick(fresh + 50'000'000), GameThreadCommand::SyncProxy);
+    const int64_t lastPoll = stamps.lastRemotePollAt;
+    tick(fresh + 60'000'000);
+    EXPECT_EQ(stamps.lastRemotePollAt, lastPoll);
+    tick(lastPoll + 75'000'000);
+    EXPECT_EQ(stamps.lastRemotePollAt, lastPoll + 75'000'000);
     proxyActive.store(true);
 
     set_file_age(exchange_dir() / "remote_players.tsv", 5);
     EXPECT_EQ(tick(fresh + kSecond), GameThreadCommand::None);
     EXPECT_FALSE(remoteFresh.load());
-    EXPECT_EQ(stamps.lastRemoteFreshAt, fresh);
+    EXPECT_EQ(stamps.lastRemoteFreshAt, lastPoll + 75'000'000);
     {
         std::lock_guard lock(remoteStateMutex);
         EXPECT_EQ(remotePlayerSnapshot.playerId, "p2"); // the last good row stays

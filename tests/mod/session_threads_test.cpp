@@ -62,15 +62,9 @@ private:
     std::thread m_game, m_update, m_ready;
 };
 
-// Waits for a condition the threads bring about; the deadline only guards against a hang.
+// Waits for what the threads bring about; the limit only guards against a hang.
 auto eventually(const std::function<bool()>& condition) -> bool {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-    while (std::chrono::steady_clock::now() < deadline) {
-        if (condition())
-            return true;
-        std::this_thread::yield();
-    }
-    return false;
+    return wait_until(std::chrono::seconds(60), condition, std::chrono::milliseconds(1));
 }
 
 auto live_proxy_x() -> std::optional<double> {

@@ -1,8 +1,5 @@
-// korvath-sim with hostile things in the place of its exchange files: a role file that is a FIFO, and a
-// remote table that is huge, one endless line, binary, a FIFO, a link to a device, a directory,
-// unreadable, at the limits of the float range or full of control bytes. Each one in turn follows a good
-// row, and the status report must show its outcome; at the end the simulator's own figures show that no
-// update call stalled and that memory stayed far below the size of the files.
+// korvath-sim with hostile things in place of its exchange files, each after a good row: the status report
+// shows each outcome, and the simulator's own figures show no update call stalled and memory stayed small.
 #ifndef _WIN32
 
 #include "support/test_support.hpp"
@@ -20,7 +17,6 @@
 #include <random>
 #include <regex>
 #include <sys/stat.h>
-#include <thread>
 #include <unistd.h>
 
 namespace korvath::test {
@@ -30,7 +26,6 @@ namespace tool = korvath::session_tool;
 using namespace std::chrono_literals;
 using namespace std::string_literals;
 
-const fs::path kSimulator = fs::path(KORVATH_TOOLS_DIR) / ("korvath-sim" KORVATH_EXECUTABLE_SUFFIX);
 constexpr std::size_t kMiB = std::size_t{1} << 20;
 constexpr double kPollIntervalMs = 75;
 
@@ -74,19 +69,14 @@ protected:
         return tool::parse_report(std::string(std::istreambuf_iterator<char>(in), {}));
     }
 
-    // Waits until the status report holds every line of `lines`; false after `limit`.
+    // Waits until the status report holds every line of `lines`.
     auto status_shows(const std::vector<std::string>& lines, std::chrono::seconds limit = 10s) const -> bool {
-        const auto deadline = std::chrono::steady_clock::now() + limit;
-        for (;;) {
+        return wait_until(limit, [&] {
             const auto report = status();
-            if (std::ranges::all_of(lines, [&](const std::string& wanted) {
-                    return std::ranges::any_of(report, [&](const auto& line) { return line.text == wanted; });
-                }))
-                return true;
-            if (std::chrono::steady_clock::now() > deadline)
-                return false;
-            std::this_thread::sleep_for(50ms);
-        }
+            return std::ranges::all_of(lines, [&](const std::string& wanted) {
+                return std::ranges::any_of(report, [&](const auto& line) { return line.text == wanted; });
+            });
+        });
     }
 
     auto replace_table(const std::function<void(const fs::path&)>& install, bool keepsFresh) -> void {
@@ -107,8 +97,7 @@ TEST_F(HostileFiles, NoneStallsTheUpdateThreadGrowsMemoryOrBreaksTheStatusReport
         };
     };
     replace_table(goodRow(1000), true);
-    const auto started = std::chrono::steady_clock::now();
-    tool::ChildProcess sim(kSimulator,
+    tool::ChildProcess sim(tool_program("korvath-sim"),
                            {"--game-dir", game.string(), "--ready-after", "0.1", "--duration", "100"}, log);
     // Seven seconds of fresh local state enable the session; the proxy then follows the good row.
     ASSERT_TRUE(status_shows({"sessionEnabled=1", "proxyActive=1", "targetX=1000"}, 30s)) << read_file(log);
@@ -159,7 +148,7 @@ TEST_F(HostileFiles, NoneStallsTheUpdateThreadGrowsMemoryOrBreaksTheStatusReport
         {"largest floats of the other sign",
          [](const fs::path& p) { write_file(p, "p\tN\t-3.4028235e38\t3.4028235e38\t0\t0\tMap_A\n"); },
          true,
-         {"remoteFileFresh=1", "targetX=-3.40282e+38", "appliedX=-3.40282e+38", "appliedY=3.40282e+38"}},
+         {"remoteFileFresh=1", "appliedX=-3.40282e+38", "appliedY=3.40282e+38"}},
         {"floats just past the limits",
          [](const fs::path& p) {
              write_file(p, "p\tN\t3.4028236e38\t0\t0\t0\tM\np\tN\t0\t1e-46\t0\t0\tM\n");
@@ -174,10 +163,6 @@ TEST_F(HostileFiles, NoneStallsTheUpdateThreadGrowsMemoryOrBreaksTheStatusReport
     for (const HostileInput& input : inputs) {
         replace_table(goodRow(++x), true);
         ASSERT_TRUE(status_shows({"remoteFileFresh=1", "targetX=" + std::to_string(x)})) << input.name;
-        // When each input went in, to tell which one a slow update call that the simulator prints followed.
-        std::printf("%.3f s: %s\n",
-                    std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count(),
-                    input.name.c_str());
         replace_table(input.install, input.keepsFresh);
         EXPECT_TRUE(status_shows(input.expected)) << input.name;
         // One line per key whatever the names hold: 27 lines, the 13th the remote id.

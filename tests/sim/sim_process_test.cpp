@@ -10,10 +10,8 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <functional>
 #include <memory>
 #include <sstream>
-#include <thread>
 
 namespace korvath::test {
 namespace {
@@ -22,26 +20,14 @@ namespace tool = korvath::session_tool;
 using namespace std::chrono_literals;
 using ::testing::HasSubstr;
 
-const fs::path kSimulator = fs::path(KORVATH_TOOLS_DIR) / ("korvath-sim" KORVATH_EXECUTABLE_SUFFIX);
-
-auto exchange_of(const fs::path& game) -> fs::path {
-    return game / "KorvathOnline";
-}
-
-// Polls `done` until it holds or `limit` has passed; the last answer.
-auto wait_for(std::chrono::milliseconds limit, const std::function<bool()>& done) -> bool {
-    const auto deadline = std::chrono::steady_clock::now() + limit;
-    while (!done() && std::chrono::steady_clock::now() < deadline)
-        std::this_thread::sleep_for(50ms);
-    return done();
-}
+const fs::path kSimulator = tool_program("korvath-sim");
 
 TEST(SimProcess, ShortRunEndsOnItsOwnAndLeavesTheReportsOfAWholeLifecycle) {
     const fs::path dir = scratch_dir("sim-run"), game = dir / "Game";
     tool::ChildProcess sim(kSimulator,
                            {"--game-dir", game.string(), "--duration", "1.5", "--ready-after", "0.2"},
                            dir / "sim.log");
-    ASSERT_TRUE(wait_for(20s, [&] { return sim.poll().has_value(); }));
+    ASSERT_TRUE(wait_until(20s, [&] { return sim.poll().has_value(); }));
     const std::string output = read_file(dir / "sim.log");
     ASSERT_EQ(sim.poll(), 0) << output;
 
@@ -99,7 +85,7 @@ TEST(SimProcess, EachEngineFailureEndsInItsErrorReport) {
             std::make_unique<tool::ChildProcess>(kSimulator, arguments, fs::path(game) += ".log"));
     }
     // A generous deadline: a dozen games start at once, and a loaded machine slows them all.
-    wait_for(80s, [&] {
+    wait_until(80s, [&] {
         bool all = true;
         for (std::size_t index = 0; index < std::size(cases); ++index) {
             if (cases[index].first.starts_with("destroy") && !report(index, "cpp_phase5g_spawn.txt").empty())

@@ -2,6 +2,7 @@
 // Report contents that name their own generation, for readers that race a writer: each generation has
 // its own length and filler, so a reader can tell a whole report from a mixture of two or a cut-off one.
 
+#include <charconv>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -18,13 +19,10 @@ inline auto report_generation(uint64_t n) -> std::string {
 // The generation of a whole report; nothing for anything else.
 inline auto whole_generation(std::string_view text) -> std::optional<uint64_t> {
     constexpr std::string_view kKey = "generation=";
-    if (!text.starts_with(kKey))
-        return std::nullopt;
     uint64_t n = 0;
-    std::size_t at = kKey.size();
-    for (; at < text.size() && at < 32 && text[at] >= '0' && text[at] <= '9'; ++at)
-        n = n * 10 + static_cast<uint64_t>(text[at] - '0');
-    if (at == kKey.size() || text != report_generation(n))
+    if (!text.starts_with(kKey) ||
+        std::from_chars(text.data() + kKey.size(), text.data() + text.size(), n).ec != std::errc{} ||
+        text != report_generation(n))
         return std::nullopt;
     return n;
 }

@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <iostream>
 
 int main(int argc, char** argv) {
     namespace fs = std::filesystem;
@@ -36,9 +37,7 @@ int main(int argc, char** argv) {
         if (reads == 0)
             std::ofstream(ready).put('1');
     }
-    std::printf("whole=%llu missing=%llu torn=%llu first_torn=%s\n",
-                static_cast<unsigned long long>(counts.whole),
-                static_cast<unsigned long long>(counts.missing), static_cast<unsigned long long>(counts.torn),
-                firstTorn.c_str());
+    std::cout << "whole=" << counts.whole << " missing=" << counts.missing << " torn=" << counts.torn
+              << " first_torn=" << firstTorn << "\n";
     return 0;
 }

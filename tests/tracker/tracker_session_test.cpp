@@ -2,7 +2,6 @@
 // --tracker, whose games run the script in the simulator's stand-in of the host's Lua side.
 
 #include "support/test_support.hpp"
-#include "tools/session/demo/child_process.hpp"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -14,12 +13,9 @@ using ::testing::HasSubstr;
 using ::testing::Not;
 
 TEST(TrackerSession, BothProxiesSpawnAndFollowAndStoppingATrackerMakesTheOtherProxyStale) {
-    const fs::path root = scratch_dir("tracker-demo"), dir = root / "demo";
-    const int status = session_tool::ChildProcess(fs::path(KORVATH_TOOLS_DIR) / "korvath-session",
-                                                  {"demo", "--quick", "--tracker", "--dir", dir.string()},
-                                                  root / "output.txt")
-                           .wait();
-    const std::string output = read_file(root / "output.txt");
+    const fs::path dir = scratch_dir("tracker-demo") / "demo";
+    const auto [status, output] =
+        run_tool("korvath-session", {"demo", "--quick", "--tracker", "--dir", dir.string()});
     EXPECT_EQ(status, 0) << output;
     for (const char* text :
          {"A spawned its proxy of B", "B spawned its proxy of A", "B's proxy of A followed",

@@ -59,11 +59,14 @@ local function expect_eq(actual, expected, what)
 end
 
 local tests = {}
+local function test(name, body)
+    tests[#tests + 1] = { name, body }
+end
 
 -- One tracker through a game's life, step by step: at each time, what changes, then the row the file
 -- holds (nil: no file). Rows come every 50 ms with the pose of that moment, the map, the host's clock
 -- and one number up per row written.
-tests.a_game_session_from_no_pawn_to_a_map_change = function()
+test("a_game_session_from_no_pawn_to_a_map_change", function()
     fresh_exchange_dir(false)
     local host, world = start_tracker(nil, "Map_A")
     local function row(x, map, ms, sequence)
@@ -97,9 +100,9 @@ tests.a_game_session_from_no_pawn_to_a_map_change = function()
     expect_eq(#host.errors, 0, "errors escaping the tracker")
     expect_eq(#host.console, 2, "console lines")
     assert(host.console[2]:find("pawn read failed"), host.console[2])
-end
+end)
 
-tests.values_that_would_break_the_row_are_not_written_as_they_are = function()
+test("values_that_would_break_the_row_are_not_written_as_they_are", function()
     local longMap = string.rep("m", 300)
     local cases = {
         -- pose, map, expected row or nil for none
@@ -118,9 +121,9 @@ tests.values_that_would_break_the_row_are_not_written_as_they_are = function()
         expect_eq(read_file(), case[3], "case " .. index)
         expect_quiet(host)
     end
-end
+end)
 
-tests.an_existing_file_is_overwritten_in_place_whatever_it_held = function()
+test("an_existing_file_is_overwritten_in_place_whatever_it_held", function()
     for _, before in ipairs({ "", "9\t9\t9\t9\tOld\n", string.rep("x", 700) }) do
         fresh_exchange_dir()
         local file = assert(io.open(kFile, "wb"))
@@ -134,24 +137,13 @@ tests.an_existing_file_is_overwritten_in_place_whatever_it_held = function()
         expect_eq(#content, math.max(512, #before), "size")
         expect_quiet(host)
     end
-end
+end)
 
-local names = {}
-for name in pairs(tests) do
-    table.insert(names, name)
-end
-table.sort(names)
-local passed, failed = 0, 0
-for _, name in ipairs(names) do
-    local ok, problem = pcall(tests[name])
-    if ok then
-        passed = passed + 1
-        io.stdout:write("[ OK ] ", name, "\n")
-    else
-        failed = failed + 1
-        io.stdout:write("[FAIL] ", name, ": ", tostring(problem), "\n")
-    end
+local failed = 0
+for _, case in ipairs(tests) do
+    local ok, problem = pcall(case[2])
+    failed = failed + (ok and 0 or 1)
+    io.stdout:write(ok and "[ OK ] " or "[FAIL] ", case[1], ok and "" or ": " .. tostring(problem), "\n")
 end
 assert(os.execute("rm -rf KorvathOnline"))
-io.stdout:write(string.format("%d passed, %d failed\n", passed, failed))
 os.exit(failed == 0 and 0 or 1)
