@@ -53,41 +53,29 @@ struct HostileInput {
     std::vector<std::string> expected{"remoteFileFresh=0"};
 };
 
-class HostileFiles : public ::testing::Test {
-protected:
-    const fs::path dir = scratch_dir("hostile"), game = dir / "Game", exchange = game / "KorvathOnline";
+TEST(HostileFiles, NoneStallsTheUpdateThreadGrowsMemoryOrBreaksTheStatusReport) {
+    const fs::path dir = scratch_dir("hostile"), game = dir / "Game", exchange = exchange_of(game);
     const fs::path table = exchange / "remote_players.tsv", log = dir / "sim.log";
     int fifoWriter = -1;
-
-    ~HostileFiles() override {
-        if (fifoWriter >= 0)
-            ::close(fifoWriter);
-    }
-
-    auto status() const -> std::vector<tool::ReportLine> {
+    const auto status = [&] {
         std::ifstream in(exchange / "cpp_phase5g_status.txt", std::ios::binary);
         return tool::parse_report(std::string(std::istreambuf_iterator<char>(in), {}));
-    }
-
+    };
     // Waits until the status report holds every line of `lines`.
-    auto status_shows(const std::vector<std::string>& lines, std::chrono::seconds limit = 10s) const -> bool {
+    const auto status_shows = [&](const std::vector<std::string>& lines, std::chrono::seconds limit = 10s) {
         return wait_until(limit, [&] {
             const auto report = status();
             return std::ranges::all_of(lines, [&](const std::string& wanted) {
                 return std::ranges::any_of(report, [&](const auto& line) { return line.text == wanted; });
             });
         });
-    }
-
-    auto replace_table(const std::function<void(const fs::path&)>& install, bool keepsFresh) -> void {
+    };
+    const auto replace_table = [&](const std::function<void(const fs::path&)>& install, bool keepsFresh) {
         fs::remove_all(table); // never a chmod here: it would follow a link to a device
         install(table);
         if (keepsFresh)
             set_file_age(table, -600);
-    }
-};
-
-TEST_F(HostileFiles, NoneStallsTheUpdateThreadGrowsMemoryOrBreaksTheStatusReport) {
+    };
     ASSERT_TRUE(fs::create_directories(exchange));
     ASSERT_EQ(mkfifo((exchange / "phase5g-role.txt").c_str(), 0600), 0); // the start must not wait on it
     ASSERT_TRUE(tool::place_enable_marker(game));
@@ -120,7 +108,7 @@ TEST_F(HostileFiles, NoneStallsTheUpdateThreadGrowsMemoryOrBreaksTheStatusReport
          }},
         {"FIFO without a writer", [](const fs::path& p) { ASSERT_EQ(mkfifo(p.c_str(), 0600), 0); }},
         {"FIFO held open by a writer that never writes",
-         [this](const fs::path& p) {
+         [&](const fs::path& p) {
              ASSERT_EQ(mkfifo(p.c_str(), 0600), 0);
              fifoWriter = ::open(p.c_str(), O_RDWR | O_NONBLOCK);
              ASSERT_GE(fifoWriter, 0);
@@ -171,6 +159,7 @@ TEST_F(HostileFiles, NoneStallsTheUpdateThreadGrowsMemoryOrBreaksTheStatusReport
         EXPECT_EQ(report[12].key, "remotePlayerId") << input.name;
     }
     fs::remove_all(table);
+    ::close(fifoWriter);
     ASSERT_EQ(sim.terminate(10s), 0);
 
     const std::string output = read_file(log);
