@@ -51,8 +51,8 @@ TEST_F(ClientBRelocation, MovesThePawnBesideTheReportedPoseOnceAndReportsWhatWas
         EXPECT_NEAR(pose.x, -1800.1854, 1e-3);
         EXPECT_NEAR(pose.y, 1243.9354, 1e-3);
         EXPECT_EQ((std::array{pose.z, pose.pitch, pose.yaw, pose.roll}), (std::array{60.5, 0.0, 45.0, 0.0}));
-        EXPECT_TRUE(clientBSpawnAdjusted && clientBRelocationQueued);
-        EXPECT_FALSE(clientBSpawnAdjustFailed || testFailed);
+        EXPECT_TRUE(clientBSpawnAdjusted && clientBRelocationQueued && !clientBSpawnAdjustFailed &&
+                    !testFailed);
         EXPECT_EQ(console_lines(),
                   std::vector<std::wstring>{L"[KorvathOnlineCpp] Phase 5G.5 moved CLIENT B to "
                                             L"its distinct local spawn before proxy sync.\n"});

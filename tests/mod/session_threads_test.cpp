@@ -25,43 +25,6 @@ auto put_fresh(const char* name, std::string_view content) -> void {
     set_file_age(exchange_dir() / name, -3600);
 }
 
-class ThreadedHost {
-public:
-    explicit ThreadedHost(RC::CppUserModBase* mod)
-        : m_mod(mod) {
-        m_game = std::thread([this] {
-            standin::engine().declare_game_thread();
-            m_gameStarted.store(true);
-            while (!m_stop.load())
-                standin::engine().process_event();
-        });
-        while (!m_gameStarted.load())
-            std::this_thread::yield();
-        m_update = std::thread([this] {
-            while (!m_stop.load()) {
-                standin::clock().advance_ns(5'000'000);
-                m_mod->on_host_tick();
-            }
-        });
-        m_ready = std::thread([this] { m_mod->on_unreal_ready(); });
-    }
-    ~ThreadedHost() { stop(); }
-
-    auto stop() -> void {
-        m_stop.store(true);
-        for (auto* thread : {&m_ready, &m_update, &m_game})
-            if (thread->joinable())
-                thread->join();
-        standin::engine().forget_game_thread();
-    }
-
-private:
-    RC::CppUserModBase* m_mod;
-    std::atomic<bool> m_stop{false};
-    std::atomic<bool> m_gameStarted{false};
-    std::thread m_game, m_update, m_ready;
-};
-
 // Waits for what the threads bring about; the limit only guards against a hang.
 auto eventually(const std::function<bool()>& condition) -> bool {
     return wait_until(std::chrono::seconds(60), condition, std::chrono::milliseconds(1));
@@ -85,7 +48,23 @@ TEST(SessionThreads, FullClientBSessionOnRealThreads) {
     auto mod = load_mod_copy(KORVATH_DRIVEN_MOD_LIBRARY);
     RC::CppUserModBase* object = mod.start();
     {
-        ThreadedHost threads(object);
+        // At the block's end each thread is stopped and joined: the engine-ready call, the update thread,
+        // then the game thread.
+        std::atomic<bool> gameStarted{false};
+        std::jthread gameThread([&](std::stop_token stop) {
+            standin::engine().declare_game_thread();
+            gameStarted.store(true);
+            while (!stop.stop_requested())
+                standin::engine().process_event();
+        });
+        ASSERT_TRUE(eventually([&] { return gameStarted.load(); }));
+        std::jthread updateThread([&](std::stop_token stop) {
+            while (!stop.stop_requested()) {
+                standin::clock().advance_ns(5'000'000);
+                object->on_host_tick();
+            }
+        });
+        std::jthread readyThread([&] { object->on_unreal_ready(); });
 
         // Relocation first, then the enable wait, then a proxy that follows the remote row.
         ASSERT_TRUE(eventually([&] { return standin::engine().inspect(game.pawn).pose.y == 2800.0; }));
@@ -100,6 +79,7 @@ TEST(SessionThreads, FullClientBSessionOnRealThreads) {
             return report("cpp_phase5g_destroy.txt").find("destroyReason=kill-switch\n") != std::string::npos;
         }));
     }
+    standin::engine().forget_game_thread();
     mod.uninstall(object);
     EXPECT_EQ(report("cpp_mod_unloaded.txt"), "KorvathOnlineCpp Phase 5G unloaded with no active proxy.\n");
     EXPECT_EQ(standin::engine().spawned_actors().size(), 1u);

@@ -38,10 +38,7 @@ TEST(SimProcess, ShortRunEndsOnItsOwnAndLeavesTheReportsOfAWholeLifecycle) {
     EXPECT_THAT(read_file(exchange_of(game) / "cpp_heartbeat.txt"), HasSubstr("\nunrealReady=1\n"));
     EXPECT_THAT(read_file(exchange_of(game) / "local_state.tsv"),
                 ::testing::StartsWith("0.000\t0.000\t100.000\t0.000\tMap_A\t"));
-    for (const char* line :
-         {"[KorvathOnlineCpp] Phase 5G DLL loaded. Waiting for a one-time real-client proxy enable marker.\n",
-          "korvath-sim: stopping", "[KorvathOnlineCpp] Phase 5G DLL unloaded.\n"})
-        EXPECT_THAT(output, HasSubstr(line));
+    EXPECT_THAT(output, HasSubstr("korvath-sim: stopping"));
 }
 
 // One game per engine failure, all at once. Each gets a remote row that stays fresh (its time lies in

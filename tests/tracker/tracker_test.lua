@@ -9,10 +9,7 @@ local Standin = require("host_standin")
 local kFile = "KorvathOnline/local_state.tsv"
 
 local function fresh_exchange_dir(present)
-    assert(os.execute("rm -rf KorvathOnline"))
-    if present ~= false then
-        assert(os.execute("mkdir KorvathOnline"))
-    end
+    assert(os.execute("rm -rf KorvathOnline" .. (present == false and "" or " && mkdir KorvathOnline")))
 end
 
 -- The row the file holds, checking that it is one record of 512 bytes: the row, then blanks.
@@ -23,7 +20,7 @@ local function read_file()
     end
     local content = file:read("a")
     file:close()
-    local row, padding = content:match("^([^\n]*\n)( *)$")
+    local row = content:match("^([^\n]*\n) *$")
     assert(row and #content == 512, "not one record: " .. string.format("%q", content))
     return row
 end
@@ -32,13 +29,10 @@ end
 local function start_tracker(pose, map)
     local world = { pose = pose }
     local host = Standin.new{ map = map, pose = function()
-        if world.pose == nil then
-            return nil
-        end
-        if world.pose.fail then
+        if world.pose and world.pose.fail then
             error(world.pose.fail)
         end
-        return table.unpack(world.pose)
+        return table.unpack(world.pose or {})
     end }
     host:install()
     host:run_mod(trackerDir .. "/main.lua")
