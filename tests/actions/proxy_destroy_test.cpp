@@ -30,16 +30,14 @@ protected:
 TEST_F(ProxyDestroy, DestroysNamesAndRecordsTheReason) {
     proxyActive.store(true);
     destroy_proxy("kill-switch"); // no proxy: only proxyActive is cleared
-    EXPECT_FALSE(proxyActive || proxyDestroyed);
-    EXPECT_EQ(exchange_file("cpp_phase5g_destroy.txt"), "<missing>");
-    EXPECT_TRUE(host.console->lines().empty());
+    EXPECT_TRUE(!proxyActive && !proxyDestroyed && host.console->lines().empty() &&
+                exchange_file("cpp_phase5g_destroy.txt") == "<missing>");
 
     auto* const actor = spawn_proxy();
     ASSERT_NE(actor, nullptr);
     const std::wstring name = standin::engine().inspect(actor).fullName;
     destroy_proxy("remote-player-stale");
-    EXPECT_FALSE(standin::engine().inspect(actor).alive);
-    EXPECT_TRUE(proxyActor == nullptr && !proxyActive && proxyDestroyed && !testFailed);
+    EXPECT_TRUE(live_actors() == 0 && proxyActor == nullptr && !proxyActive && proxyDestroyed && !testFailed);
     EXPECT_EQ(exchange_file("cpp_phase5g_destroy.txt"), destroy_report("remote-player-stale"));
     EXPECT_EQ(console_lines(),
               (std::vector<std::wstring>{
@@ -48,8 +46,8 @@ TEST_F(ProxyDestroy, DestroysNamesAndRecordsTheReason) {
 
     // The next sync spawns a new proxy; it has been spawned all along.
     sync_proxy();
-    EXPECT_TRUE(proxyActor != nullptr && proxyActor != actor && proxyActive && !proxyDestroyed);
-    EXPECT_TRUE(proxyEverSpawned);
+    EXPECT_TRUE(proxyActor != nullptr && proxyActor != actor && proxyActive && !proxyDestroyed &&
+                proxyEverSpawned);
 }
 
 TEST_F(ProxyDestroy, FailureKeepsTheProxySoTheDestroyIsTriedAgain) {
@@ -63,14 +61,12 @@ TEST_F(ProxyDestroy, FailureKeepsTheProxySoTheDestroyIsTriedAgain) {
         standin::engine().clear_faults();
 
         EXPECT_EQ(exchange_file("cpp_phase5g_error.txt"), std::string(error) + "\n");
-        EXPECT_TRUE(proxyActor == actor && proxyActive && !proxyDestroyed);
-        EXPECT_EQ(pendingGameThreadCommand.load(), GameThreadCommand::None);
+        EXPECT_TRUE(proxyActor == actor && proxyActive && !proxyDestroyed &&
+                    pendingGameThreadCommand == GameThreadCommand::None);
         EXPECT_EQ(exchange_file("cpp_phase5g_destroy.txt"), "<missing>");
     }
-    EXPECT_TRUE(testFailed);
     destroy_proxy("remote-player-stale");
-    EXPECT_FALSE(standin::engine().inspect(actor).alive);
-    EXPECT_TRUE(proxyDestroyed);
+    EXPECT_TRUE(testFailed && !standin::engine().inspect(actor).alive && proxyDestroyed);
 
     // A failure after the destroy call came back still counts the proxy as destroyed.
     spawn_proxy();
@@ -91,8 +87,8 @@ TEST_F(ProxyDestroy, DestroyCallThatLeavesTheProxyInTheWorldKeepsItAndReports) {
         auto* const actor = spawn_proxy();
         standin::engine().set_fault(Op::Destroy, Fault{mode, standin::engine().calls(Op::Destroy) + 1});
         destroy_proxy("kill-switch");
-        EXPECT_TRUE(standin::engine().inspect(actor).alive);
-        EXPECT_TRUE(proxyActor == actor && proxyActive && !proxyDestroyed);
+        EXPECT_TRUE(standin::engine().inspect(actor).alive && proxyActor == actor && proxyActive &&
+                    !proxyDestroyed);
         EXPECT_EQ(exchange_file("cpp_phase5g_error.txt"),
                   "Destroy call returned but the proxy is still in the world.\n");
         sync_proxy(); // moves the kept proxy; spawns none beside it
@@ -108,8 +104,8 @@ TEST_F(ProxyDestroy, ProxyRemovedByTheEngineIsNeitherNamedNorDestroyedButAccount
     standin::engine().tear_down_world(game.world);
     destroy_proxy("remote-player-stale");
 
-    EXPECT_EQ(standin::engine().calls(Op::FullName), 1u); // only the spawn's
-    EXPECT_EQ(standin::engine().calls(Op::Destroy), 0u);
+    // Only the spawn's GetFullName.
+    EXPECT_TRUE(standin::engine().calls(Op::FullName) == 1 && standin::engine().calls(Op::Destroy) == 0);
     EXPECT_TRUE(proxyActor == nullptr && !proxyActive && proxyDestroyed && !testFailed);
     EXPECT_EQ(exchange_file("cpp_phase5g_destroy.txt"), destroy_report("remote-player-stale"));
     EXPECT_EQ(console_lines(),

@@ -48,8 +48,7 @@ TEST_F(ProxySync, SpawnsAControlledProxyAtTheReportedPoseOnlyForAValidSnapshot) 
     EXPECT_EQ((std::array{p.x, p.y, p.z, p.pitch, p.yaw, p.roll}),
               (std::array{-678.25, 20., 30., 0., 40., 0.}));
     EXPECT_FALSE(state.hidden || state.collision || state.tick);
-    EXPECT_TRUE(proxyActive && proxyEverSpawned && !proxyDestroyed);
-    EXPECT_EQ(movementUpdates.load(), 0u);
+    EXPECT_TRUE(proxyActive && proxyEverSpawned && !proxyDestroyed && movementUpdates == 0);
     EXPECT_EQ(applied_x(), -678.25f);
     EXPECT_EQ(exchange_file("cpp_phase5g_spawn.txt"), kSpawnReport);
     EXPECT_EQ(console_lines(),
@@ -89,10 +88,8 @@ TEST_F(ProxySync, LookupExceptionsLeaveTheCallUnreported) {
         EXPECT_THROW(sync_proxy(), std::runtime_error);
         standin::engine().clear_faults();
     }
-    EXPECT_EQ(standin::engine().calls(Op::Spawn), 0u);
-    EXPECT_FALSE(testFailed);
+    EXPECT_TRUE(standin::engine().calls(Op::Spawn) == 0 && !testFailed && console_lines().empty());
     EXPECT_EQ(exchange_file("cpp_phase5g_error.txt"), "<missing>");
-    EXPECT_TRUE(console_lines().empty());
     sync_proxy();
     EXPECT_TRUE(proxyActive);
 }
@@ -108,8 +105,8 @@ TEST_F(ProxySync, SpawnAndMoveUseTheRunningEnginesVectorLayout) {
         EXPECT_EQ(pose_of(proxyActor).x, static_cast<double>(0.1f));
         report_remote(100.1f);
         sync_proxy();
-        EXPECT_EQ(pose_of(proxyActor).x, static_cast<double>(100.0f * 0.35f + 0.1f));
-        EXPECT_EQ(pose_of(proxyActor).z, 30.0);
+        EXPECT_EQ(std::pair(pose_of(proxyActor).x, pose_of(proxyActor).z),
+                  std::pair(static_cast<double>(100.0f * 0.35f + 0.1f), 30.0));
     }
 }
 
@@ -153,19 +150,17 @@ TEST_F(ProxySync, EveryFailureIsReportedAndLeavesAConsistentState) {
         standin::engine().set_fault(op, Fault{mode, standin::engine().calls(op) + 1});
         sync_proxy();
         EXPECT_EQ(standin::engine().calls(Op::Class), classLookups + 1); // both lookups are always made
-        EXPECT_TRUE(testFailed);
         EXPECT_EQ(exchange_file("cpp_phase5g_error.txt"), std::string(error) + "\n");
         EXPECT_EQ(take_game_thread_command(), GameThreadCommand::None);
-        EXPECT_TRUE(proxyActor == nullptr && !proxyActive);
-        EXPECT_EQ(live_actors(), 0u); // any actor created is destroyed again
+        // Any actor created is destroyed again.
+        EXPECT_TRUE(testFailed && proxyActor == nullptr && !proxyActive && live_actors() == 0);
         const bool spawnCalled = op != Op::Controller && op != Op::Class && op != Op::World;
         EXPECT_EQ(console_lines(),
                   (spawnCalled ? std::vector{kSpawningLine, kErrorLine} : std::vector{kErrorLine}));
         standin::engine().clear_faults();
     }
     // The spawned line failed last: what came before it stays.
-    EXPECT_TRUE(proxyEverSpawned);
-    EXPECT_EQ(exchange_file("cpp_phase5g_spawn.txt"), kSpawnReport);
+    EXPECT_TRUE(proxyEverSpawned && exchange_file("cpp_phase5g_spawn.txt") == kSpawnReport);
 
     // The next sync tries the whole spawn again; a throwing move asks for the proxy's destroy.
     sync_proxy();
@@ -181,9 +176,7 @@ TEST_F(ProxySync, EveryFailureIsReportedAndLeavesAConsistentState) {
         EXPECT_EQ(lastMoveReturned.load(), mode == FaultMode::Throw);
         EXPECT_EQ(exchange_file("cpp_phase5g_error.txt"), std::string(error) + "\n");
         EXPECT_EQ(take_game_thread_command(), GameThreadCommand::DestroyProxy);
-        EXPECT_TRUE(proxyActor != nullptr && proxyActive);
-        EXPECT_EQ(movementUpdates.load(), 0u);
-        EXPECT_EQ(applied_x(), 10.0f);
+        EXPECT_TRUE(proxyActor != nullptr && proxyActive && movementUpdates == 0 && applied_x() == 10.0f);
         EXPECT_EQ(console_lines(), std::vector<std::wstring>{kErrorLine});
     }
 }
@@ -200,16 +193,14 @@ TEST_F(ProxySync, ActorThatCannotBeDestroyedAfterAFailedSpawnIsKeptNeverDoubled)
         standin::engine().set_fault(Op::Destroy, Fault{mode, standin::engine().calls(Op::Destroy) + 1});
         for (int i = 0; i < 3; ++i)
             EXPECT_NO_THROW(sync_proxy());
-        EXPECT_EQ(live_actors(), 1u);
-        EXPECT_TRUE(proxyActor != nullptr && !proxyActive);
+        EXPECT_TRUE(live_actors() == 1 && proxyActor != nullptr && !proxyActive);
         EXPECT_EQ(standin::engine().calls(Op::Move), 0u);
 
         // Once the engine lets it go, the leftover is destroyed and one proxy is spawned in its place.
         standin::engine().clear_faults();
         sync_proxy();
-        EXPECT_EQ(live_actors(), 1u);
-        EXPECT_TRUE(proxyActive);
-        EXPECT_EQ(proxyActor, standin::engine().spawned_actors().back());
+        EXPECT_TRUE(live_actors() == 1 && proxyActive &&
+                    proxyActor == standin::engine().spawned_actors().back());
         destroy_proxy("remote-player-stale");
         EXPECT_EQ(live_actors(), 0u);
     }
@@ -222,8 +213,7 @@ TEST_F(ProxySync, ActorThatCannotBeDestroyedAfterAFailedSpawnIsKeptNeverDoubled)
     EXPECT_TRUE(live_actors() == 1u && proxyActor != nullptr && !proxyActive);
     standin::engine().clear_faults();
     destroy_proxy("remote-player-stale");
-    EXPECT_EQ(live_actors(), 0u);
-    EXPECT_TRUE(proxyActor == nullptr && !proxyActive);
+    EXPECT_TRUE(live_actors() == 0 && proxyActor == nullptr && !proxyActive);
 }
 
 TEST_F(ProxySync, ProxyOfATornDownWorldIsNeverMovedAgain) {
@@ -233,8 +223,7 @@ TEST_F(ProxySync, ProxyOfATornDownWorldIsNeverMovedAgain) {
     host.console->clear();
     sync_proxy();
 
-    EXPECT_EQ(standin::engine().calls(Op::Move), 0u);
-    EXPECT_TRUE(proxyActor == nullptr && !proxyActive);
+    EXPECT_TRUE(standin::engine().calls(Op::Move) == 0 && proxyActor == nullptr && !proxyActive);
     EXPECT_EQ(
         console_lines(),
         (std::vector<std::wstring>{
@@ -262,8 +251,7 @@ TEST_F(ProxySync, DestroyRunInsideTheControlsIsNotUndone) {
     report_remote(10.0f);
     sync_proxy();
 
-    EXPECT_TRUE(proxyActor == nullptr && !proxyActive && proxyDestroyed);
-    EXPECT_FALSE(standin::engine().inspect(standin::engine().spawned_actors().at(0)).alive);
+    EXPECT_TRUE(proxyActor == nullptr && !proxyActive && proxyDestroyed && live_actors() == 0);
     const auto journal = standin::engine().journal();
     EXPECT_EQ(std::count(journal.begin(), journal.end(), "SetActorEnableCollision(0)"), 0);
     EXPECT_EQ(exchange_file("cpp_phase5g_spawn.txt"), "<missing>");
@@ -276,10 +264,8 @@ TEST_F(ProxySync, SyncRunInsideTheSpawnMakesNoSecondProxy) {
     report_remote(10.0f);
     sync_proxy();
 
-    EXPECT_EQ(standin::engine().spawned_actors().size(), 1u);
-    EXPECT_TRUE(proxyActive);
-    EXPECT_EQ(standin::engine().calls(Op::Move), 0u);
-    EXPECT_EQ(applied_x(), 10.0f);
+    EXPECT_TRUE(standin::engine().spawned_actors().size() == 1 && proxyActive &&
+                standin::engine().calls(Op::Move) == 0 && applied_x() == 10.0f);
 }
 
 } // namespace

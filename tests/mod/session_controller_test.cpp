@@ -38,6 +38,10 @@ protected:
         put("remote_players.tsv", "p2\tKESTREN CLIENT B\t10\t20\t30\t90\tMap_A\n");
     }
     static auto has(const char* name) -> bool { return fs::exists(exchange_dir() / name); }
+    static auto snapshot() -> RemotePlayerState {
+        std::lock_guard lock(remoteStateMutex);
+        return remotePlayerSnapshot;
+    }
 
     // Readies the engine and runs the enable wait to its end at kT0 + 7 s.
     auto enable_session() -> void {
@@ -83,17 +87,14 @@ TEST_F(SessionController, StopMarkerOutranksEnableAndIsNeverConsumed) {
         }
         EXPECT_EQ(tick(kT0 + t), GameThreadCommand::None);
     }
-    EXPECT_TRUE(killSwitchEngaged.load());
-    EXPECT_FALSE(sessionEnabled.load());
-    EXPECT_TRUE(has("phase5g.enable_once.txt"));
-    EXPECT_TRUE(has("phase5g.stop.txt"));
+    EXPECT_TRUE(killSwitchEngaged && !sessionEnabled && has("phase5g.enable_once.txt") &&
+                has("phase5g.stop.txt"));
 
     // Removing the marker lets the session start; the kill switch stays engaged.
     fs::remove(exchange_dir() / "phase5g.stop.txt");
     tick(kT0 + 11 * kSecond);
     tick(kT0 + 18 * kSecond);
-    EXPECT_TRUE(sessionEnabled.load());
-    EXPECT_TRUE(killSwitchEngaged.load());
+    EXPECT_TRUE(sessionEnabled && killSwitchEngaged);
 
     // Stopped and asked again: the wait of the first enabling still counts, so no second wait.
     put("phase5g.stop.txt");
@@ -127,18 +128,12 @@ TEST_F(SessionController, EnableWaitsExactlySevenSecondsOfFreshLocalStateAndPoll
     tick(kT0 + 5 * kSecond);
     put("phase5g.enable_once.txt");
     EXPECT_EQ(tick(kT0 + 11 * kSecond - 1), GameThreadCommand::None);
-    EXPECT_FALSE(sessionEnabled.load());
-    EXPECT_TRUE(has("phase5g.enable_once.txt"));
+    EXPECT_TRUE(!sessionEnabled && has("phase5g.enable_once.txt"));
 
     EXPECT_EQ(tick(kT0 + 11 * kSecond), GameThreadCommand::SyncProxy);
-    EXPECT_TRUE(sessionEnabled.load());
-    EXPECT_FALSE(has("phase5g.enable_once.txt"));
-    EXPECT_EQ(count(kEnabledLine), 1);
-    EXPECT_EQ(count(kSevenSecondLine), 2);
-    EXPECT_TRUE(remoteFresh.load());
-    std::lock_guard lock(remoteStateMutex);
-    EXPECT_EQ(remotePlayerSnapshot.playerId, "p2");
-    EXPECT_FLOAT_EQ(remotePlayerSnapshot.yaw, 90.0f);
+    EXPECT_TRUE(sessionEnabled && !has("phase5g.enable_once.txt") && remoteFresh);
+    EXPECT_EQ(std::pair(count(kEnabledLine), count(kSevenSecondLine)), std::pair(1L, 2L));
+    EXPECT_TRUE(snapshot().playerId == "p2" && snapshot().yaw == 90.0f);
 }
 
 TEST_F(SessionController, ClientBRelocatesOnceBeforeTheSessionCanStart) {
@@ -170,8 +165,7 @@ TEST_F(SessionController, ClientBRelocatesOnceBeforeTheSessionCanStart) {
     // Local state gone stale during the wait: the queue flag and the stamp are cleared.
     set_file_age(exchange_dir() / "local_state.tsv", 5);
     EXPECT_EQ(tick(kT0 + 13 * kSecond), GameThreadCommand::None);
-    EXPECT_FALSE(clientBRelocationQueued.load());
-    EXPECT_EQ(stamps.clientBWaitStartedAt, 0);
+    EXPECT_TRUE(!clientBRelocationQueued && stamps.clientBWaitStartedAt == 0);
 
     // A failed relocation does not block the session.
     fresh_local_state();
@@ -198,12 +192,8 @@ TEST_F(SessionController, SyncEvery50msPollEvery75msAndStaleRemoteOrTheStopMarke
 
     set_file_age(exchange_dir() / "remote_players.tsv", 5);
     EXPECT_EQ(tick(fresh + kSecond), GameThreadCommand::None);
-    EXPECT_FALSE(remoteFresh.load());
-    EXPECT_EQ(stamps.lastRemoteFreshAt, lastPoll + 75'000'000);
-    {
-        std::lock_guard lock(remoteStateMutex);
-        EXPECT_EQ(remotePlayerSnapshot.playerId, "p2"); // the last good row stays
-    }
+    EXPECT_TRUE(!remoteFresh && stamps.lastRemoteFreshAt == lastPoll + 75'000'000);
+    EXPECT_EQ(snapshot().playerId, "p2"); // the last good row stays
     // A usable row within the three seconds keeps the proxy and starts the count again.
     fresh_remote_row();
     EXPECT_EQ(tick(fresh + 2 * kSecond), GameThreadCommand::SyncProxy);
@@ -225,9 +215,7 @@ TEST_F(SessionController, SyncEvery50msPollEvery75msAndStaleRemoteOrTheStopMarke
     set_file_age(exchange_dir() / "remote_players.tsv", 5);
     for (int64_t i = 1; i <= 3; ++i)
         EXPECT_EQ(tick(lastFresh + 5 * kSecond + i * kSecond / 10), GameThreadCommand::DestroyProxy);
-    EXPECT_FALSE(sessionEnabled.load());
-    EXPECT_TRUE(killSwitchEngaged.load());
-    EXPECT_TRUE(remoteFresh.load());
+    EXPECT_TRUE(!sessionEnabled && killSwitchEngaged && remoteFresh);
 }
 
 } // namespace
