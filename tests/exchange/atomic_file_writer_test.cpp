@@ -23,21 +23,18 @@ TEST(AtomicFileWriter, CreatesMissingDirectoriesAndWritesBytesUnchanged) {
     for (std::string_view content : {std::string_view("x=1\ny=2\n"), std::string_view(""),
                                      std::string_view("no newline\r\n\0tail", 18)}) {
         write_text_file_atomically(target, content);
-        EXPECT_EQ(read_file(target), content);
-        EXPECT_FALSE(fs::exists(temporary));
+        EXPECT_TRUE(read_file(target) == content && !fs::exists(temporary));
     }
 }
 
 TEST(AtomicFileWriter, EmptyDirectoriesInTheWayAreClearedOthersKeepTheOldReport) {
     const fs::path dir = scratch_dir("writer"), target = dir / "report.txt",
                    temporary = dir / "report.txt.tmp";
-    // An empty directory at either name: the report is written at once.
-    for (const fs::path& blocker : {temporary, target}) {
+    for (const fs::path& blocker : {temporary, target}) { // an empty directory: the report is written at once
         fs::remove(target);
         fs::create_directory(blocker);
         write_text_file_atomically(target, "new\n");
-        EXPECT_EQ(read_file(target), "new\n") << blocker;
-        EXPECT_FALSE(fs::exists(temporary)) << blocker;
+        EXPECT_TRUE(read_file(target) == "new\n" && !fs::exists(temporary)) << blocker;
     }
 
     // A directory with something in it is never removed: at the temporary name the old report stays;
@@ -50,8 +47,7 @@ TEST(AtomicFileWriter, EmptyDirectoriesInTheWayAreClearedOthersKeepTheOldReport)
     fs::remove(target);
     write_file(target / "keep", "k");
     EXPECT_NO_THROW(write_text_file_atomically(target, "new\n"));
-    EXPECT_EQ(read_file(target / "keep"), "k");
-    EXPECT_FALSE(fs::exists(temporary));
+    EXPECT_TRUE(read_file(target / "keep") == "k" && !fs::exists(temporary));
 }
 
 // Writers on several threads, each with its own letter and length, and a reader at once: the reader
@@ -86,8 +82,7 @@ TEST(AtomicFileWriter, ConcurrentWritersAndAReaderNeverMeetAMixtureOrAMissingFil
     });
     for (auto& thread : threads)
         thread.join();
-    EXPECT_GT(reads.load(), 0);
-    EXPECT_TRUE(whole(read_file(target)));
+    EXPECT_TRUE(reads.load() > 0 && whole(read_file(target)));
 #ifdef _WIN32
     // Windows renames over a file that a reader holds open only with POSIX semantics (Windows 10 1809
     // and later, NTFS); elsewhere, Wine included, the writer falls back to removing and copying, so a

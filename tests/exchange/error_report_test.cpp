@@ -24,14 +24,5 @@ TEST_F(ErrorReport, FileHoldsTheLatestMessageWithOneLineFeedAdded) {
     }
 }
 
-TEST_F(ErrorReport, UnwritableFileStillSetsTestFailedAndLogs) {
-    const fs::path blocker = scratch_dir("error-report") / "not-a-directory";
-    write_file(blocker, "x");
-    exchangeDirectory = blocker / "KorvathOnline";
-    write_error_report("The active player controller returned a null world.");
-    EXPECT_TRUE(testFailed.load());
-    EXPECT_EQ(console_lines(), std::vector<std::wstring>{kErrorLine});
-}
-
 } // namespace
 } // namespace korvath::test

@@ -30,7 +30,7 @@ protected:
     static auto path() -> fs::path { return exchange_dir() / "local_state.tsv"; }
 };
 
-TEST_F(LocalState, FirstLineGivesThePoseUnderTheNameOfTheRole) {
+TEST_F(LocalState, FirstLineGivesThePoseUnderTheRolesNameOrLeavesTheRecordUntouched) {
     write_file(path(), kRow + "\r\n1\t2");
     LocalPlayerState state = kUntouched;
     ASSERT_TRUE(read_local_state(state));
@@ -39,9 +39,8 @@ TEST_F(LocalState, FirstLineGivesThePoseUnderTheNameOfTheRole) {
     clientRole.exchange(kClientB);
     ASSERT_TRUE(read_local_state(state));
     EXPECT_EQ(state.displayName, "KESTREN CLIENT B");
-}
 
-TEST_F(LocalState, OnlyTheFirstLineCountsAndABadOneLeavesTheRecordUntouched) {
+    // Only the first line counts, and a bad one leaves the record untouched.
     using namespace std::string_literals;
     const std::string longMap(900'000, 'm');
     const std::pair<std::string, std::optional<std::string>> cases[] = {
