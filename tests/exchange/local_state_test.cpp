@@ -63,7 +63,7 @@ TEST_F(LocalState, FirstLineGivesThePoseUnderTheRolesNameOrLeavesTheRecordUntouc
         {"1\t2\t3\t4\t" + longMap + longMap + longMap + "\n", {}}}; // first line beyond the 1 MiB read
     for (const auto& [content, mapName] : cases) {
         write_file(path(), content);
-        LocalPlayerState state = kUntouched;
+        state = kUntouched;
         const std::string shown = testing::PrintToString(content.substr(0, 40));
         ASSERT_EQ(read_local_state(state), mapName.has_value()) << shown;
         EXPECT_EQ(state.mapName, mapName.value_or(kUntouched.mapName)) << shown;
