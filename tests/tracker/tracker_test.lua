@@ -117,22 +117,6 @@ test("values_that_would_break_the_row_are_not_written_as_they_are", function()
     end
 end)
 
-test("an_existing_file_is_overwritten_in_place_whatever_it_held", function()
-    for _, before in ipairs({ "", "9\t9\t9\t9\tOld\n", string.rep("x", 700) }) do
-        fresh_exchange_dir()
-        local file = assert(io.open(kFile, "wb"))
-        file:write(before)
-        file:close()
-        local host = start_tracker({ 1, 2, 3, 4 }, "Map_A")
-        host:advance_to(50)
-        local content = assert(io.open(kFile, "rb")):read("a")
-        local row = "1.000\t2.000\t3.000\t4.000\tMap_A\t50\t1\n"
-        expect_eq(content:sub(1, 512), row .. string.rep(" ", 512 - #row), "the record")
-        expect_eq(#content, math.max(512, #before), "size")
-        expect_quiet(host)
-    end
-end)
-
 local failed = 0
 for _, case in ipairs(tests) do
     local ok, problem = pcall(case[2])
