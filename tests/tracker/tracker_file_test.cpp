@@ -11,7 +11,6 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <memory>
 #include <thread>
 
 namespace korvath::test {
@@ -39,36 +38,26 @@ auto number_of(const LocalPlayerState& state) -> int {
     return same ? i : -1;
 }
 
-class TrackerFile : public ::testing::Test {
-protected:
-    TrackerFile() {
-        reset_session_state();
-        exchangeDirectory = exchange_dir();
-        fs::create_directories(exchange_dir());
-        // The script writes relative to the working directory, which the host sets to the game's folder.
-        fs::current_path(binaries_dir());
-    }
-    static auto path() -> fs::path { return exchange_dir() / "local_state.tsv"; }
-
-    std::optional<TrackedPose> m_pose;
-    std::unique_ptr<TrackerHost> m_host;
-};
-
 // The script overwrites one fixed-size record in one write, so the file never goes missing or shrinks:
 // between any two writes the mod's and the relay's readers find that write's pose and stamp. A reader
 // thread racing the first 2,000 writes may see a mixed row (no OS forbids a read that overlaps a write of
 // the same bytes; about one in 25,000 here), so those are bounded, not forbidden.
-TEST_F(TrackerFile, TenThousandWritesNeverLeaveTheFileMissingAndEachRowIsThePawnsPose) {
+TEST(TrackerFile, TenThousandWritesNeverLeaveTheFileMissingAndEachRowIsThePawnsPose) {
     constexpr int kWrites = 10'000, kRacedWrites = 2'000;
-    m_host = std::make_unique<TrackerHost>(tracker::tracker_script(), "Map_A", [this] { return m_pose; });
-    m_pose = pose_number(1);
-    m_host->advance_to(kPeriodMs);
+    reset_session_state();
+    exchangeDirectory = exchange_dir();
+    fs::create_directories(exchange_dir());
+    fs::current_path(binaries_dir()); // the script writes below the working directory, the game's folder
+    const fs::path path = exchange_dir() / "local_state.tsv";
+    std::optional<TrackedPose> pose = pose_number(1);
+    TrackerHost host(tracker::tracker_script(), "Map_A", [&] { return pose; });
+    host.advance_to(kPeriodMs);
     std::atomic<bool> done{false};
     int racingReads = 0, racingMisses = 0, racingMixed = 0;
     std::thread racer([&] {
         for (; !done.load(); ++racingReads) {
             const bool fresh = is_local_state_fresh();
-            const auto content = session_tool::read_whole_file(path());
+            const auto content = session_tool::read_whole_file(path);
             racingMisses += !fresh || !content || content->size() != kRecordBytes;
             LocalPlayerState state;
             racingMixed += !read_local_state(state) || number_of(state) < 1;
@@ -77,13 +66,13 @@ TEST_F(TrackerFile, TenThousandWritesNeverLeaveTheFileMissingAndEachRowIsThePawn
     int misses = 0, parsed = 0;
     for (int i = 2; i <= kWrites + 1; ++i) {
         LocalPlayerState state;
-        const auto sample = session_tool::parse_local_state_sample(read_file(path()));
-        misses += !is_local_state_fresh() || fs::file_size(path()) != kRecordBytes;
+        const auto sample = session_tool::parse_local_state_sample(read_file(path));
+        misses += !is_local_state_fresh() || fs::file_size(path) != kRecordBytes;
         parsed += read_local_state(state) && number_of(state) == i - 1 && sample && sample->stamp &&
                   sample->stamp->sequence == static_cast<uint64_t>(i - 1) &&
                   sample->stamp->sampleMs == (i - 1) * kPeriodMs && sample->pose.x == state.x;
-        m_pose = pose_number(i);
-        m_host->advance_to(i * kPeriodMs);
+        pose = pose_number(i);
+        host.advance_to(i * kPeriodMs);
         if (i == kRacedWrites) {
             done.store(true);
             racer.join();
