@@ -63,9 +63,8 @@ TEST_F(FileTests, EveryOperationWorksInAnExchangeDirectoryPast260Characters) {
     exchangeDirectory = platform::extended_length_path(deep / "KorvathOnline");
     write_text_file_atomically(exchange_path(L"local_state.tsv"), "1\t2\t3\t90\tMap_A\n");
     LocalPlayerState local;
-    EXPECT_TRUE(read_local_state(local) && local.valid && local.yaw == 90.0f);
-    EXPECT_TRUE(exchange_file_exists(L"local_state.tsv"));
-    EXPECT_TRUE(is_exchange_file_fresh(L"local_state.tsv", 3));
+    EXPECT_TRUE(read_local_state(local) && local.valid && local.yaw == 90.0f &&
+                exchange_file_exists(L"local_state.tsv") && is_exchange_file_fresh(L"local_state.tsv", 3));
     delete_exchange_file(L"local_state.tsv");
     EXPECT_FALSE(exchange_file_exists(L"local_state.tsv"));
 }

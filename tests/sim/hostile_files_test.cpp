@@ -45,12 +45,12 @@ auto write_repeated(const fs::path& path, std::string_view piece, std::size_t si
         out.write(block.data(), static_cast<std::streamsize>(std::min(block.size(), size - written)));
 }
 
+// What goes at the table's path, whether it is dated as fresh, and the status lines that must follow.
 struct HostileInput {
     std::string name;
-    std::function<void(const fs::path&)> install; // puts the thing at the table's path
-    bool keepsFresh = true;                       // gets a last-write time in the future, as a fresh file
-    // The status lines that must follow; "remoteFileFresh=0" for an input that is no remote data.
-    std::vector<std::string> expected{"remoteFileFresh=0"};
+    std::function<void(const fs::path&)> install;
+    bool keepsFresh = true;
+    std::vector<std::string> expected{"remoteFileFresh=0"}; // no remote data
 };
 
 TEST(HostileFiles, NoneStallsTheUpdateThreadGrowsMemoryOrBreaksTheStatusReport) {
