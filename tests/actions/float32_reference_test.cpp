@@ -17,15 +17,9 @@
 namespace korvath::test {
 namespace {
 
-auto add(float a, float b) -> float {
-    return static_cast<float>(static_cast<double>(a) + static_cast<double>(b));
-}
-auto sub(float a, float b) -> float {
-    return static_cast<float>(static_cast<double>(a) - static_cast<double>(b));
-}
-auto mul(float a, float b) -> float {
-    return static_cast<float>(static_cast<double>(a) * static_cast<double>(b));
-}
+constexpr auto add = [](float a, float b) { return static_cast<float>(double{a} + double{b}); };
+constexpr auto sub = [](float a, float b) { return static_cast<float>(double{a} - double{b}); };
+constexpr auto mul = [](float a, float b) { return static_cast<float>(double{a} * double{b}); };
 
 auto reference_wrap(float degrees) -> float {
     while (degrees > 180.0f)

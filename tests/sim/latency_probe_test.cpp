@@ -34,9 +34,9 @@ TEST(LatencyProbe, TheFirstMoveTheNewWayCountsFromTheChangeAndTheSpawnRowCountsN
 
     EXPECT_FALSE(sim::percentile({}, 0.5));
     const std::vector<double> values{5, 1, 4, 2, 3};
-    EXPECT_EQ(sim::percentile(values, 0.5), 3);
-    EXPECT_EQ(sim::percentile(values, 0.99), 5);
-    EXPECT_EQ(sim::percentile(values, 0.0), 1);
+    EXPECT_EQ(std::tuple(*sim::percentile(values, 0.5), *sim::percentile(values, 0.99),
+                         *sim::percentile(values, 0.0)),
+              std::tuple(3.0, 5.0, 1.0));
     EXPECT_EQ(sim::probe_row(1000, "Map_A"),
               "probe\tLatency probe\t1000.000\t0.000\t100.000\t0.000\tMap_A\n");
 }

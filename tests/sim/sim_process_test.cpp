@@ -51,7 +51,6 @@ TEST(SimProcess, EachEngineFailureEndsInItsErrorReport) {
         {"controller=missing", "The player controller or BP_PlayerCharacter_C class was not found.\n"},
         {"class=missing", "The player controller or BP_PlayerCharacter_C class was not found.\n"},
         {"world=missing", "The active player controller returned a null world.\n"},
-        {"spawn=missing", "UWorld::SpawnActor returned null.\n"},
         {"spawn=throw", "Spawn call threw an exception: simulated spawn failure\n"},
         {"move=throw-unknown", "Movement call threw an unknown exception.\n"},
         {"destroy=throw", "Destroy call threw an exception: simulated destroy failure\n"},

@@ -7,7 +7,6 @@
 #include "tools/platform/os.hpp"
 
 #include <chrono>
-#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
@@ -16,10 +15,8 @@ int main(int argc, char** argv) {
     namespace fs = std::filesystem;
     using korvath::os::utf8_path;
     const auto args = korvath::os::utf8_arguments(argc, argv);
-    if (args.size() != 4) {
-        std::fprintf(stderr, "usage: korvath_torn_reader <report> <ready file> <stop file>\n");
+    if (args.size() != 4)
         return 2;
-    }
     const fs::path report = utf8_path(args[1]), ready = utf8_path(args[2]), stop = utf8_path(args[3]);
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(120);
     korvath::test::ReadCounts counts;
