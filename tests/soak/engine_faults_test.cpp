@@ -150,15 +150,15 @@ TEST_P(EngineFault, HeldWhileFollowingDestroyingAndSpawning) {
             EXPECT_EQ(errors[i], expected_errors(ops[i], mode)) << faults[i];
 }
 
-auto fault_set_name(const ::testing::TestParamInfo<EngineFault::ParamType>& fault) -> std::string {
-    std::string name =
-        std::get<0>(fault.param) + (std::get<1>(fault.param) ? "_paired_with_destroy" : "_alone");
-    std::ranges::replace(name, '-', '_');
-    return name;
-}
-
 INSTANTIATE_TEST_SUITE_P(EachMode, EngineFault,
-                         ::testing::Combine(::testing::ValuesIn(kModes), ::testing::Bool()), fault_set_name);
+                         ::testing::Combine(::testing::ValuesIn(kModes), ::testing::Bool()),
+                         [](const ::testing::TestParamInfo<EngineFault::ParamType>& fault) {
+                             std::string name =
+                                 std::get<0>(fault.param) +
+                                 (std::get<1>(fault.param) ? "_paired_with_destroy" : "_alone");
+                             std::ranges::replace(name, '-', '_');
+                             return name;
+                         });
 
 // CLIENT_B's relocation fails at start-up; once the engine works, the session goes on. A failed move is
 // final (the pawn stays where it is); a pawn that could not be found is looked for again.
