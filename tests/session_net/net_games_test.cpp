@@ -12,16 +12,12 @@
 #include <cstdlib>
 #include <iostream>
 
-namespace st = korvath::session_tool;
-using korvath::test::Impairment;
-using korvath::test::net_options;
-using korvath::test::scratch_dir;
-using korvath::test::SessionThread;
-using korvath::test::UdpImpairmentProxy;
+namespace korvath::test {
+namespace {
+
+namespace st = session_tool;
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
-
-namespace {
 
 const auto kKey = st::derive_session_key(*st::parse_session_code("AAAA-BBBB-CCCC-DDDD-EEEE-FFFF"));
 
@@ -55,8 +51,7 @@ class NetGames : public testing::TestWithParam<bool> {};
 
 TEST_P(NetGames, ProxiesFollowAcrossAnImpairedLinkAndTheOtherSideGoesStaleWhenTheHostEnds) {
     const auto dir = scratch_dir("net-games");
-    const st::DemoPrograms programs{korvath::test::tool_program("korvath-sim"),
-                                    std::filesystem::path(KORVATH_MOD_LIBRARY)};
+    const st::DemoPrograms programs{tool_program("korvath-sim"), std::filesystem::path(KORVATH_MOD_LIBRARY)};
     const st::DemoOptions demo;
     const st::DemoPlan plan = st::make_demo_plan(demo);
     const auto start = Clock::now();
@@ -77,7 +72,7 @@ TEST_P(NetGames, ProxiesFollowAcrossAnImpairedLinkAndTheOtherSideGoesStaleWhenTh
 
     // Every wait below is bounded; the whole run takes about 20 s plus the following time.
     const auto observe_until = [&](std::chrono::milliseconds limit, const std::function<bool()>& done) {
-        return korvath::test::wait_until(limit, [&] { return a.observe(), b.observe(), done(); });
+        return wait_until(limit, [&] { return a.observe(), b.observe(), done(); });
     };
     ASSERT_TRUE(observe_until(30s, [&] { return a.reports().spawn && b.reports().spawn; }))
         << "A spawned: " << a.reports().spawn.has_value() << ", B spawned: " << b.reports().spawn.has_value();
@@ -124,3 +119,5 @@ TEST_P(NetGames, ProxiesFollowAcrossAnImpairedLinkAndTheOtherSideGoesStaleWhenTh
 INSTANTIATE_TEST_SUITE_P(Endings, NetGames, testing::Bool(), [](const testing::TestParamInfo<bool>& ending) {
     return std::string(ending.param ? "CleanQuit" : "Killed");
 });
+
+} // namespace korvath::test

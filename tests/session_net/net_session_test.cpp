@@ -52,23 +52,6 @@ auto poll_until(
         limit, [&] { return step(), done(); }, 10ms);
 }
 
-TEST(NetSession, AJoinerWithAWrongCodeNeverWritesAnythingAndIsCounted) {
-    const auto hostDir = scratch_dir("net-host"), joinDir = scratch_dir("net-join");
-    write_local_state(hostDir, 1.0F, 1);
-    write_local_state(joinDir, 2.0F, 1);
-    SessionThread host(net_options(st::PeerSide::Host, hostDir, kKey));
-    SessionThread joiner(net_options(st::PeerSide::Joiner, joinDir, kWrongKey,
-                                     st::UdpEndpoint(asio::ip::make_address("127.0.0.1"), host.port())));
-    EXPECT_TRUE(poll_until(3s, [&] { return host.status().drops[st::DropKind::Mac] >= 3; }));
-    joiner.end(true);
-    EXPECT_EQ(host.status().state, st::PeerState::Waiting);
-    EXPECT_EQ(joiner.status().state, st::PeerState::Waiting);
-    EXPECT_EQ(host.status().drops.total(), host.status().drops[st::DropKind::Mac]);
-    EXPECT_FALSE(fs::exists(st::exchange_dir_of(hostDir) / st::kRemotePlayersFile));
-    EXPECT_FALSE(fs::exists(st::exchange_dir_of(joinDir) / st::kRemotePlayersFile));
-    EXPECT_NE(st::format_net_status(host.status()).find("mac "), std::string::npos);
-}
-
 // An attacker on the path sends forged, malformed and replayed packets as the joiner, and floods the
 // host from elsewhere, while the joiner walks along x: the host's row only ever moves forward, and
 // poses keep coming.
