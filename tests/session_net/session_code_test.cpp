@@ -33,11 +33,6 @@ TEST(NetHmacSha256, GivesThePublishedTags) {
     const std::vector<uint8_t> longKey(131, 0xaa);
     EXPECT_EQ(hex(st::hmac_sha256(longKey, bytes("Test Using Larger Than Block-Size Key - Hash Key First"))),
               "60e431591ee0b67f0d8a26aacbf5b77f8e0bc6213728c5140546040f0ee37f54");
-    auto tag = st::hmac_sha256(bytes("key"), bytes("message"));
-    EXPECT_TRUE(st::tags_equal(tag, tag));
-    auto changed = tag;
-    changed[31] ^= 1;
-    EXPECT_FALSE(st::tags_equal(tag, changed));
 }
 
 // The printed code's round trip and a one-letter change of key show in the network session tests; here

@@ -83,12 +83,6 @@ auto SimGame::consistent() -> bool {
     return status_says(proxies() > 0 ? "proxyActive=1" : "proxyActive=0");
 }
 
-auto SimGame::running() -> bool {
-    if (!m_exit)
-        m_exit = m_process->poll();
-    return !m_exit;
-}
-
 auto SimGame::stop() -> int {
     if (!m_exit)
         m_exit = m_process->terminate(5s);

@@ -42,7 +42,6 @@ public:
     auto has_proxy() -> bool;
     // The world and the status report agree: a proxy and proxyActive=1, or neither.
     auto consistent() -> bool;
-    auto running() -> bool;
     // SIGTERM; the exit status.
     auto stop() -> int;
     auto log() const -> std::string;

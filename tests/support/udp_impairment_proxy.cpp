@@ -28,12 +28,12 @@ auto loopback_like(const st::UdpEndpoint& server) -> st::UdpEndpoint {
 } // namespace
 
 UdpImpairmentProxy::UdpImpairmentProxy(const st::UdpEndpoint& server, Impairment toServer,
-                                       Impairment toClient, uint32_t seed, std::chrono::seconds limit)
+                                       Impairment toClient, uint32_t seed)
     : m_server(server)
     , m_clientSide(loopback_like(server))
     , m_serverSide(loopback_like(server))
     , m_endpoint(m_clientSide.local_endpoint()) {
-    m_thread = std::thread([=, this] { run(toServer, toClient, seed, limit); });
+    m_thread = std::thread([=, this] { run(toServer, toClient, seed); });
 }
 
 UdpImpairmentProxy::~UdpImpairmentProxy() {
@@ -55,14 +55,12 @@ auto UdpImpairmentProxy::captured() const -> std::vector<std::vector<uint8_t>> {
     return m_captured;
 }
 
-auto UdpImpairmentProxy::run(Impairment toServer, Impairment toClient, uint32_t seed,
-                             std::chrono::seconds limit) -> void {
+auto UdpImpairmentProxy::run(Impairment toServer, Impairment toClient, uint32_t seed) -> void {
     std::mt19937 random(seed);
     std::uniform_real_distribution<double> unit(0.0, 1.0);
     std::priority_queue<Held, std::vector<Held>, std::greater<>> held;
     std::optional<st::UdpEndpoint> client;
     std::array<uint8_t, 2048> buffer{};
-    const auto end = Clock::now() + limit;
 
     const auto take = [&](st::UdpSocket& socket, bool fromClient) {
         const Impairment& impairment = fromClient ? toServer : toClient;
@@ -89,7 +87,7 @@ auto UdpImpairmentProxy::run(Impairment toServer, Impairment toClient, uint32_t 
             held.push({Clock::now() + delay, fromClient, {buffer.begin(), buffer.begin() + *size}});
         }
     };
-    while (!m_stop && Clock::now() < end) {
+    while (!m_stop) {
         take(m_clientSide, true);
         take(m_serverSide, false);
         {

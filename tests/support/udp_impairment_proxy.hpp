@@ -22,9 +22,9 @@ struct Impairment {
 
 class UdpImpairmentProxy {
 public:
-    // Forwards to `server` (loopback) until destroyed, for at most `limit`.
+    // Forwards to `server` (loopback) until destroyed.
     UdpImpairmentProxy(const session_tool::UdpEndpoint& server, Impairment toServer, Impairment toClient,
-                       uint32_t seed, std::chrono::seconds limit = std::chrono::seconds(120));
+                       uint32_t seed);
     ~UdpImpairmentProxy();
     UdpImpairmentProxy(const UdpImpairmentProxy&) = delete;
     UdpImpairmentProxy& operator=(const UdpImpairmentProxy&) = delete;
@@ -37,7 +37,7 @@ public:
     auto captured() const -> std::vector<std::vector<uint8_t>>;
 
 private:
-    auto run(Impairment toServer, Impairment toClient, uint32_t seed, std::chrono::seconds limit) -> void;
+    auto run(Impairment toServer, Impairment toClient, uint32_t seed) -> void;
 
     session_tool::UdpEndpoint m_server;
     session_tool::UdpSocket m_clientSide;
