@@ -103,7 +103,7 @@ TEST_P(NetGames, ProxiesFollowAcrossAnImpairedLinkAndTheOtherSideGoesStaleWhenTh
               << noticed << " s); link: " << st::format_net_status(linkStatus) << "\n";
     EXPECT_GT(stats.count, 20U);
     EXPECT_LT(stats.mean, 20.0);
-    EXPECT_LT(stats.max, 100.0); // 50 on a quiet machine; a loaded one adds short stalls
+    EXPECT_LT(stats.max, 100.0); // 19-50 in 30 s runs on a quiet machine; a loaded one adds spikes
     // The joiner's own desync figure, from its mod's status reports, agrees with the world logs.
     ASSERT_TRUE(linkStatus.desync) << st::format_net_status(linkStatus);
     EXPECT_LT(linkStatus.desync->mean, 30.0);
