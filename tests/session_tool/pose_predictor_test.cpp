@@ -2,6 +2,7 @@
 // writer stamps land on the relay's clock, and what one predicting link writes. Every time is given.
 
 #include "support/test_support.hpp"
+#include "tools/platform/os.hpp"
 #include "tools/session/exchange/remote_player_row.hpp"
 #include "tools/session/link/pose_predictor.hpp"
 #include "tools/session/link/predicting_link.hpp"
@@ -138,6 +139,17 @@ TEST(PredictingLink, WritesTheSampleAheadWhenPredictingAndAsItIsWhenNot) {
     EXPECT_EQ(read_file(remote), row(30 + 300 * (lag + 0.010)));
     plain.step(fileNow, 1120ms);
     EXPECT_EQ(read_file(remote), row(30));
+
+    // Without stamps, a rewrite of the file is a new sample, timed by the file: 10 ms old when read.
+    // (This caught file times kept to whole seconds on Windows.)
+    const auto t0 = fileNow - 1s;
+    write_file(local, "60\t0\t100\t0\tMap_A\n");
+    ASSERT_TRUE(os::set_last_write_time(local, t0));
+    predicting.step(t0 + 10ms, 5010ms);
+    write_file(local, "90\t0\t100\t0\tMap_A\n");
+    ASSERT_TRUE(os::set_last_write_time(local, t0 + 100ms));
+    predicting.step(t0 + 110ms, 5110ms);
+    EXPECT_EQ(read_file(remote), row(90 + 300 * (lag + 0.010)));
 
     write_file(local, "bad\n");
     EXPECT_EQ(predicting.step(fileNow, 5200ms), tool::RelayOutcome::Invalid);
