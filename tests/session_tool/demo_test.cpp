@@ -9,7 +9,6 @@
 #include "tools/session/demo/follow_distance.hpp"
 #include "tools/session/demo/stop_figures.hpp"
 #include "tools/session/demo/world_trace.hpp"
-#include "tools/session/watch/desync_meter.hpp"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -117,79 +116,6 @@ TEST(StopFigures, TheStopLiesWhereTheLastSpeedEndsAndTheSettleCountsFromTheLastE
 
 // The desync meter: proxy poses measured against the player's pose at the same moment, over a sliding
 // window, whatever order the two kinds of samples arrive in.
-TEST(DesyncMeter, MeasuresAgainstThePlayerAtTheSameMomentOnceCoveredAndOnlyWithinTheWindow) {
-    tool::DesyncMeter meter(10.0);
-    meter.add_proxy(0.5, {0, 0, 0});          // before any player sample: never measured
-    for (int fifth = 5; fifth <= 50; ++fifth) // the player walks along x at 100 units/s, from 1 s to 10 s
-        meter.add_player(fifth / 5.0, {fifth * 20.0, 0, 100});
-    EXPECT_FALSE(meter.figures(10.0));
-
-    meter.add_proxy(2.1, {200, 0, 100});   // the player was at 210 (between its samples at 2.0 and 2.2)
-    meter.add_proxy(2.1, {0, 0, 0});       // the same report again: ignored
-    meter.add_proxy(9.9, {990, 30, 140});  // 50 off
-    meter.add_proxy(10.1, {1010, 0, 100}); // ahead of the player's samples: waits
-    auto figures = meter.figures(10.0);
-    ASSERT_TRUE(figures);
-    EXPECT_EQ(figures->count, 2u);
-    EXPECT_NEAR(figures->mean, 30, 1e-9);
-    EXPECT_NEAR(figures->rms, std::sqrt((10.0 * 10 + 50.0 * 50) / 2), 1e-9);
-    EXPECT_NEAR(figures->max, 50, 1e-9);
-
-    meter.add_player(10.2, {1020, 0, 100}); // covers 10.1: the player was at 1010
-    figures = meter.figures(12.5);          // 2.1 has left the window
-    ASSERT_TRUE(figures);
-    EXPECT_EQ(figures->count, 2u);
-    EXPECT_NEAR(figures->mean, 25, 1e-9);
-    EXPECT_FALSE(meter.figures(30.0));
-
-    meter.add_player(NAN, {0, 0, 0}); // a broken time changes nothing
-    meter.add_proxy(INFINITY, {0, 0, 0});
-    EXPECT_EQ(meter.figures(12.5)->count, 2u);
-}
-
-TEST(DemoSummary, ReportsTellWhatEachClientDidAndEveryDeviationIsNamed) {
-    // The reports of CLIENT_B after a good session, as far as the summary reads them.
-    tool::ClientReports reports{
-        "running=1\nmovementUpdates=258\ntestFailed=0\n",
-        "proxyActor=spawned\nremotePlayerId=player-a\nremoteDisplayName=KESTREN CLIENT A\nremoteMap=Map_A\n",
-        "proxyDestroyRequested=1\ndestroyReason=remote-player-stale\n",
-        "localPawnMoved=1\noriginalX=0\noriginalY=0\noriginalZ=100\ndestinationX=6.99382e-05\n"
-        "destinationY=800\ndestinationZ=110\n",
-        std::nullopt};
-    const auto b = tool::summarize_client("B", reports); // what it reads shows in the demo's own run
-    EXPECT_FALSE(b.error || tool::summarize_client("A", {}).proxySpawned);
-
-    reports.error = "Movement call threw an unknown exception.\nsecond line\n";
-    EXPECT_EQ(tool::summarize_client("B", reports).error, "Movement call threw an unknown exception.");
-    reports.error.reset();
-    reports.heartbeat = "running=1\nmovementUpdates=1\ntestFailed=1\n"; // the error report not yet seen
-    EXPECT_TRUE(tool::summarize_client("B", reports).error);
-
-    // The verdict: nothing for the expected session, and one named problem for each deviation from it.
-    struct Session {
-        tool::ClientSummary a, b;
-        tool::FollowStats follow;
-    } good{b, b, {200, 80.0, 160.0}};
-    good.a.name = "A", good.a.destroyReason = "kill-switch";
-    EXPECT_THAT(tool::demo_problems(good.a, good.b, good.follow, {}), ::testing::IsEmpty());
-
-    const std::pair<void (*)(Session&), std::string> cases[] = {
-        {[](Session& s) { s.b.movedAside = false; }, "B did not move its pawn aside"},
-        {[](Session& s) { s.a.proxySpawned = false; }, "A's proxy was never spawned"},
-        {[](Session& s) { s.a.proxyDestroyed = false; }, "A's proxy was not destroyed"},
-        {[](Session& s) { s.b.destroyReason = "kill-switch"; }, "B's proxy was destroyed as \"kill-switch\""},
-        {[](Session& s) { s.a.error = "SpawnActor returned null."; }, "A reported an error: SpawnActor"},
-        {[](Session& s) { s.follow.count = 0; }, "no distance between A's pawn and B's proxy of A"},
-        {[](Session& s) { s.follow.max = 500.5; }, "fell up to 500 units behind"}};
-    for (const auto& [mutate, expected] : cases) {
-        Session session = good;
-        mutate(session);
-        const auto problems = tool::demo_problems(session.a, session.b, session.follow, {});
-        ASSERT_EQ(problems.size(), 1u) << expected;
-        EXPECT_THAT(problems[0], HasSubstr(expected));
-    }
-}
-
 TEST(DemoSetup, UsesAnEmptyOrEarlierDemoDirectoryAndRefusesAnyOther) {
     const fs::path root = scratch_dir("demo-dir");
     const fs::path fresh = tool::prepare_demo_dir(root / "new" / "demo");

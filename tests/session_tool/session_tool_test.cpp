@@ -6,7 +6,6 @@
 #include "exchange/remote_players.hpp"
 #include "support/test_support.hpp"
 #include "tools/platform/os.hpp"
-#include "tools/session/command_line.hpp"
 #include "tools/session/exchange/client_snapshot.hpp"
 #include "tools/session/exchange/local_state_line.hpp"
 #include "tools/session/exchange/remote_player_row.hpp"
@@ -44,36 +43,6 @@ auto relayed_to_mod(const std::string& content) -> std::optional<RemotePlayerSta
 
 // The tool knows the mod only through the files: what it accepts of a local state, and the row it
 // relays from it, must read in the mod exactly as the mod reads that local state.
-TEST(SessionToolAgainstMod, TheModReadsLocalStatesAndRelayedRowsAsTheToolDoes) {
-    exchangeDirectory = exchange_dir();
-    std::vector<std::string> contents = {"100.5\t-20\t35.25\t90\tMap_A\r\nnext\n",
-                                         "1\t2\t3\t4\t\tsixth",
-                                         "",
-                                         "1\t2\t3\t4",
-                                         "1\t2\t3\t4\t",
-                                         "x\ty\tz\tyaw\tmap\n1\t2\t3\t4\tM",
-                                         "1\t2\t3\t4\tMap_A\t123456789\t42\n"};
-    // The first number in every spelling; the others would move if written with six digits.
-    for (const char* x : {"1.5", " 0x10", "1234567.9", "-20", "1.5 ", "1,5", "", "nan", "inf", "1e39",
-                          "1e-45", "abc", "\uFEFF1"})
-        contents.push_back(std::string(x) + "\t0.1\t-3.4028235e38\t179.99998\tMap with blanks");
-    for (const auto& content : contents) {
-        SCOPED_TRACE(content);
-        write_file(exchange_dir() / "local_state.tsv", content);
-        LocalPlayerState local;
-        const bool modReads = read_local_state(local);
-        const auto remote = relayed_to_mod(content);
-        ASSERT_EQ(tool::parse_local_state(content).has_value(), modReads);
-        if (!modReads)
-            continue;
-        ASSERT_TRUE(remote);
-        EXPECT_EQ(std::tie(remote->x, remote->y, remote->z, remote->yaw, remote->mapName),
-                  std::tie(local.x, local.y, local.z, local.yaw, local.mapName));
-    }
-}
-
-// A local state line ending in two CRs keeps one in its map name; the relayed row ended in that CR, and
-// the mod's reader took it for the CR of a CR LF line end.
 TEST(SessionToolAgainstMod, MapNameEndingInCarriageReturnSurvivesTheRelay) {
     const auto remote = relayed_to_mod("1\t2\t3\t4\tMap_A\r\r\n");
     ASSERT_TRUE(remote);
@@ -87,37 +56,6 @@ TEST(SessionToolAgainstMod, SubnormalCoordinateSurvivesTheRelay) {
     ASSERT_TRUE(remote);
     EXPECT_EQ(std::bit_cast<uint32_t>(remote->x), 1u);
     EXPECT_EQ(remote->y, -0x1.8p-140F);
-}
-
-// The process tests show the subcommands, a bad --hz and the help; here the options they do not use, and
-// the values the parser itself refuses, each naming the subcommand whose help the error suggests.
-TEST(SessionToolCommandLine, OptionsParseAndBadValuesNameTheProblem) {
-    auto parse = [](std::vector<std::string_view> args) { return tool::parse_command_line(args); };
-    EXPECT_FALSE(parse({"relay", "--no-predict", "A", "B"}).predict);
-    const auto demo = parse({"demo", "--keep", "--dir=/tmp/d", "--no-predict"});
-    EXPECT_TRUE(demo.demo.keep && !demo.demo.quick && demo.demo.dir == "/tmp/d" && !demo.demo.predict);
-
-    const std::tuple<std::vector<std::string_view>, std::string, std::string> bad[] = {
-        {{"launch", "A"}, "unknown subcommand 'launch'", ""},
-        {{"role", "G", "client_b"}, "unknown role 'client_b'", "role"},
-        {{"relay", "A", "B", "--hz", "1001"},
-         "--hz must be a whole number from 1 to 1000, got '1001'",
-         "relay"},
-        {{"relay", "A", "B", "--hz", "20x"}, "got '20x'", "relay"},
-        {{"relay", "A", "B", "--duration", "inf"},
-         "--duration must be a number of seconds from 0 to 100000000",
-         "relay"},
-        {{"watch", "A", "--no-predict"}, "--no-predict", "watch"},
-        {{"demo", "--dir", ""}, "option --dir needs a directory", "demo"}};
-    for (const auto& [args, message, subcommand] : bad) {
-        try {
-            parse(args);
-            ADD_FAILURE() << message;
-        } catch (const tool::UsageError& error) {
-            EXPECT_THAT(error.what(), HasSubstr(message));
-            EXPECT_EQ(error.subcommand(), subcommand) << message;
-        }
-    }
 }
 
 #ifndef _WIN32
@@ -171,22 +109,6 @@ TEST(ToolProcess, BothToolsAnswerAndExitTwoOnABadArgument) {
         EXPECT_THAT(actualOutput, HasSubstr(output));
     }
     EXPECT_FALSE(fs::exists(game)) << "no game folder for a command that does not run the game";
-}
-
-TEST(SessionToolProcess, ControlsCreateAndRemoveTheirFiles) {
-    const fs::path game = scratch_dir("controls"), exchange = game / "KorvathOnline";
-    const auto control = [&](std::vector<std::string> args) {
-        args.insert(args.begin() + 1, game.string());
-        return run_tool("korvath-session", args).first;
-    };
-    EXPECT_EQ(control({"role", "CLIENT_B"}) + control({"role", "CLIENT_A"}), 0);
-    EXPECT_EQ(read_file(exchange / "phase5g-role.txt"), "CLIENT_A\n");
-    EXPECT_EQ(control({"enable"}) + control({"stop"}), 0);
-    EXPECT_TRUE(fs::exists(exchange / "phase5g.enable_once.txt") &&
-                fs::exists(exchange / "phase5g.stop.txt"));
-    EXPECT_EQ(control({"resume"}) + control({"resume"}), 0);
-    EXPECT_FALSE(fs::exists(exchange / "phase5g.stop.txt"));
-    EXPECT_TRUE(fs::exists(exchange / "phase5g.enable_once.txt"));
 }
 
 TEST(SessionToolProcess, RelayCopiesAFreshLocalStateAndSkipsAStaleOne) {
