@@ -17,6 +17,18 @@ auto read_whole_file(const fs::path& path) -> std::optional<std::string> {
     }
 }
 
+auto read_if_rewritten(const fs::path& path, std::optional<fs::file_time_type>& seen)
+    -> std::optional<std::pair<std::string, fs::file_time_type>> {
+    const auto before = os::last_write_time(path);
+    if (!before || before == seen)
+        return std::nullopt;
+    auto content = read_whole_file(path);
+    if (!content || os::last_write_time(path) != before)
+        return std::nullopt;
+    seen = before;
+    return std::pair{std::move(*content), *before};
+}
+
 auto write_file_atomically(const fs::path& target, std::string_view content) -> bool {
     try {
         std::error_code error;

@@ -5,11 +5,18 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace korvath::session_tool {
 
 // The whole file as raw bytes; nothing when it is missing or cannot be read.
 auto read_whole_file(const std::filesystem::path& path) -> std::optional<std::string>;
+
+// The file's content with its last-write time, when it was rewritten since `seen` and did not change
+// while it was read; `seen` then becomes that time.
+auto read_if_rewritten(const std::filesystem::path& path,
+                       std::optional<std::filesystem::file_time_type>& seen)
+    -> std::optional<std::pair<std::string, std::filesystem::file_time_type>>;
 
 // Replaces `target` whole: writes `target` + ".tmp" and renames it over `target`, so a reader sees the
 // old content or the new, never a mixture. Creates missing parent folders. False when it failed.

@@ -1,8 +1,8 @@
 #include "tools/session/net/net_session.hpp"
 
 #include "tools/session/exchange/exchange_names.hpp"
+#include "tools/session/exchange/file_io.hpp"
 #include "tools/session/net/local_pose_source.hpp"
-#include "tools/session/net/remote_pose_writer.hpp"
 #include "tools/session/watch/proxy_report.hpp"
 
 #include <algorithm>
@@ -47,7 +47,8 @@ NetSession::NetSession(NetSessionOptions options)
     , m_socket(local_endpoint_for(m_options))
     , m_port(m_socket.local_endpoint().port())
     , m_link(m_options.side, m_options.key,
-             m_options.side == PeerSide::Joiner ? m_options.host : std::nullopt) {
+             m_options.side == PeerSide::Joiner ? m_options.host : std::nullopt)
+    , m_writer(m_options.gameDir, m_options.predict) {
     m_status.waitingFor = m_options.side == PeerSide::Host
                               ? "waiting for a joiner on port " + std::to_string(local_port())
                               : "saying hello to " + format_endpoint(m_options.host.value_or(UdpEndpoint{}));
@@ -67,7 +68,8 @@ auto NetSession::update_status(nanoseconds now) -> void {
         m_status.state = PeerState::Connected;
         m_status.peer = format_endpoint(*peer);
     }
-    m_status.poseAge = m_lastPoseAt ? std::optional<nanoseconds>(now - *m_lastPoseAt) : std::nullopt;
+    const auto lastPoseAt = m_writer.last_pose_at();
+    m_status.poseAge = lastPoseAt ? std::optional<nanoseconds>(now - *lastPoseAt) : std::nullopt;
     m_status.desync = m_desync.figures(in_seconds(now));
     const std::lock_guard lock(m_statusMutex);
     m_shared = m_status;
@@ -89,7 +91,6 @@ auto NetSession::measure_desync(nanoseconds now) -> void {
 auto NetSession::run(std::ostream& out) -> int {
     const auto [playerId, displayName] = side_identity(m_options.side);
     LocalPoseSource source(m_options.gameDir, playerId, displayName);
-    RemotePoseWriter writer(m_options.gameDir, m_options.predict);
     const nanoseconds sendPeriod =
         nanoseconds(std::chrono::seconds(1)) / std::clamp(m_options.poseHz, 1, 1000);
     const nanoseconds writePeriod = nanoseconds(std::chrono::seconds(1)) / kRemoteWriteHz;
@@ -105,8 +106,7 @@ auto NetSession::run(std::ostream& out) -> int {
         shownLine.clear();
     };
     const auto peer_gone = [&](PeerState state, nanoseconds now) {
-        writer.clear();
-        m_lastPoseAt.reset();
+        m_writer.clear();
         m_status.state = state;
         update_status(now);
         event(state == PeerState::Quit ? "peer quit" : "peer lost: nothing heard for 1.5 s");
@@ -144,17 +144,16 @@ auto NetSession::run(std::ostream& out) -> int {
                 event("connected to " + format_endpoint(from));
             }
             if (reception.pose) {
+                if (const auto last = m_writer.last_pose_at())
+                    m_status.longestPoseGap = std::max(m_status.longestPoseGap, now - *last);
                 const auto shortest = m_link.round_trip().shortest();
                 const auto takenAt =
-                    writer.take(*reception.pose, reception.sentUs,
-                                shortest ? std::optional<nanoseconds>(*shortest / 2) : std::nullopt, now);
+                    m_writer.take(*reception.pose, reception.sentUs,
+                                  shortest ? std::optional<nanoseconds>(*shortest / 2) : std::nullopt, now);
                 if (takenAt) {
                     const PlayerPose& pose = reception.pose->pose;
                     m_desync.add_player(in_seconds(*takenAt), {pose.x, pose.y, pose.z});
                 }
-                if (m_lastPoseAt)
-                    m_status.longestPoseGap = std::max(m_status.longestPoseGap, now - *m_lastPoseAt);
-                m_lastPoseAt = now;
                 ++m_status.posesTaken;
             }
             if (reception.quit)
@@ -170,7 +169,7 @@ auto NetSession::run(std::ostream& out) -> int {
             nextSend = std::max(nextSend + sendPeriod, now);
         }
         if (now >= nextWrite) {
-            const WriteOutcome outcome = writer.write(now);
+            const WriteOutcome outcome = m_writer.write(now);
             m_status.rowsWritten += outcome == WriteOutcome::Written ? 1 : 0;
             m_status.rowsFailed += outcome == WriteOutcome::Failed ? 1 : 0;
             nextWrite = std::max(nextWrite + writePeriod, now);

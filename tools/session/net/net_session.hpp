@@ -5,6 +5,7 @@
 #include "tools/session/net/net_status.hpp"
 #include "tools/session/net/packet.hpp"
 #include "tools/session/net/peer_link.hpp"
+#include "tools/session/net/remote_pose_writer.hpp"
 #include "tools/session/net/udp_socket.hpp"
 
 #include <chrono>
@@ -56,9 +57,9 @@ private:
     PeerLink m_link;
     mutable std::mutex m_statusMutex;
     NetStatus m_status;
-    NetStatus m_shared; // the copy under m_statusMutex
-    std::optional<std::chrono::nanoseconds> m_lastPoseAt;
-    DesyncMeter m_desync; // seconds on the loop's clock
+    NetStatus m_shared;        // the copy under m_statusMutex
+    RemotePoseWriter m_writer; // the peer's poses into remote_players.tsv; run()'s thread only
+    DesyncMeter m_desync;      // seconds on the loop's clock
     std::optional<std::filesystem::file_time_type> m_statusReportSeen;
 };
 

@@ -1,15 +1,11 @@
 #include "tools/session/watch/proxy_report.hpp"
 
-#include "tools/platform/os.hpp"
-#include "tools/session/exchange/file_io.hpp"
 #include "tools/session/exchange/report_lines.hpp"
 
 #include <charconv>
 #include <cmath>
 
 namespace korvath::session_tool {
-
-namespace fs = std::filesystem;
 
 namespace {
 
@@ -25,18 +21,6 @@ auto number(const std::vector<ReportLine>& lines, std::string_view key) -> std::
 }
 
 } // namespace
-
-auto read_if_rewritten(const fs::path& path, std::optional<fs::file_time_type>& seen)
-    -> std::optional<std::pair<std::string, fs::file_time_type>> {
-    const auto before = os::last_write_time(path);
-    if (!before || before == seen)
-        return std::nullopt;
-    auto content = read_whole_file(path);
-    if (!content || os::last_write_time(path) != before)
-        return std::nullopt;
-    seen = before;
-    return std::pair{std::move(*content), *before};
-}
 
 auto shown_proxy_position(std::string_view statusReport) -> std::optional<Position> {
     const auto lines = parse_report(statusReport);

@@ -1,6 +1,7 @@
 #include "tools/session/watch/watch_desync.hpp"
 
 #include "tools/session/exchange/exchange_names.hpp"
+#include "tools/session/exchange/file_io.hpp"
 #include "tools/session/exchange/local_state_line.hpp"
 #include "tools/session/watch/proxy_report.hpp"
 
