@@ -11,7 +11,8 @@
 #include "mod/session_state.hpp"
 
 #include "Unreal/AActor.hpp"
-#include "Unreal/FRotator.hpp"
+#include "Unreal/FHitResult.hpp"
+#include "Unreal/Rotator.hpp"
 #include "Unreal/UObjectGlobals.hpp"
 
 #include <exception>

@@ -15,14 +15,14 @@ auto engine_uses_double_vectors() -> bool {
 
 auto make_engine_vector(double x, double y, double z) -> FVector {
     FVector vector;
-    std::memset(vector.Bytes, 0, sizeof vector.Bytes);
+    std::memset(vector.Data, 0, sizeof vector.Data);
     if (engine_uses_double_vectors()) {
         const double components[3] = {x, y, z};
-        std::memcpy(vector.Bytes, components, sizeof components);
+        std::memcpy(vector.Data, components, sizeof components);
     } else {
         // Rounded to the nearest float; the last twelve bytes stay zero.
         const float components[3] = {static_cast<float>(x), static_cast<float>(y), static_cast<float>(z)};
-        std::memcpy(vector.Bytes, components, sizeof components);
+        std::memcpy(vector.Data, components, sizeof components);
     }
     return vector;
 }
@@ -30,11 +30,11 @@ auto make_engine_vector(double x, double y, double z) -> FVector {
 auto read_engine_vector(const FVector& vector) -> std::array<double, 3> {
     if (engine_uses_double_vectors()) {
         std::array<double, 3> components{};
-        std::memcpy(components.data(), vector.Bytes, sizeof(double) * components.size());
+        std::memcpy(components.data(), vector.Data, sizeof(double) * components.size());
         return components;
     }
     float components[3];
-    std::memcpy(components, vector.Bytes, sizeof components);
+    std::memcpy(components, vector.Data, sizeof components);
     return {static_cast<double>(components[0]), static_cast<double>(components[1]),
             static_cast<double>(components[2])};
 }

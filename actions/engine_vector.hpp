@@ -1,7 +1,7 @@
 #pragma once
 // Engine vectors in the running engine's layout: doubles from engine 5.0 on, floats before.
 
-#include "Unreal/FVector.hpp"
+#include "Unreal/UnrealCoreStructs.hpp"
 
 #include <array>
 

@@ -12,7 +12,7 @@ bool proxyLeftover = false;
 
 auto set_proxy_actor(RC::Unreal::AActor* actor) -> void {
     proxyActor = actor;
-    proxyActorHandle = RC::Unreal::FWeakObjectPtr(actor);
+    proxyActorHandle = actor;
     proxyLeftover = false;
 }
 

@@ -9,7 +9,9 @@
 #include "host/console.hpp"
 
 #include "Unreal/AActor.hpp"
-#include "Unreal/FRotator.hpp"
+#include "Unreal/FHitResult.hpp"
+#include "Unreal/Rotator.hpp"
+#include "Unreal/UClass.hpp"
 #include "Unreal/UObjectGlobals.hpp"
 #include "Unreal/World.hpp"
 

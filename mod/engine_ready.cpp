@@ -1,6 +1,6 @@
 #include "mod/engine_ready.hpp"
 
-#include "Unreal/Hooks.hpp"
+#include "KorvathProcessEventHook.hpp"
 #include "exchange/atomic_file_writer.hpp"
 #include "exchange/exchange_directory.hpp"
 #include "host/console.hpp"
@@ -12,7 +12,7 @@ namespace korvath {
 auto on_unreal_ready() -> void {
     unrealReady.exchange(true);
     if (!gameThreadRealClientProxyCallbackRegistered.exchange(true))
-        RC::Unreal::Hook::RegisterProcessEventPreCallback(&on_game_thread_process_event);
+        register_process_event_pre_callback<&on_game_thread_process_event>();
     write_text_file_atomically(exchange_path(L"cpp_unreal_ready.txt"),
                                "phase=5G\nunrealReady=1\ngameThreadRealClientProxyCallbackRegistered=1\n");
     log_to_console(L"[KorvathOnlineCpp] Phase 5G Unreal initialization confirmed; real-client proxy callback "

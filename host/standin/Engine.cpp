@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <stdexcept>
+#include <type_traits>
 
 namespace standin {
 
@@ -23,10 +24,10 @@ auto uses_doubles() -> bool {
 auto decode_vector(const RC::Unreal::FVector& v) -> std::array<double, 3> {
     std::array<double, 3> out{};
     if (uses_doubles()) {
-        std::memcpy(out.data(), v.Bytes, sizeof(double) * 3);
+        std::memcpy(out.data(), v.Data, sizeof(double) * 3);
     } else {
         float f[3];
-        std::memcpy(f, v.Bytes, sizeof f);
+        std::memcpy(f, v.Data, sizeof f);
         for (int i = 0; i < 3; ++i)
             out[static_cast<std::size_t>(i)] = static_cast<double>(f[i]);
     }
@@ -73,6 +74,7 @@ auto Engine::instance() -> Engine& {
 auto Engine::reset() -> void {
     std::lock_guard lock(m_mutex);
     m_objects.clear();
+    m_indexOf.clear();
     for (auto& fault : m_faults)
         fault = Fault{};
     for (auto& count : m_calls)
@@ -94,15 +96,26 @@ auto Engine::set_version(int32_t major, int32_t minor) -> void {
 
 template <typename T>
 auto Engine::make_object(std::wstring name, std::wstring path, UClass* cls) -> T* {
-    auto object = std::make_unique<T>();
-    object->m_name = std::move(name);
-    object->m_path = std::move(path);
-    object->m_class = cls;
-    object->m_index = static_cast<int32_t>(m_objects.size());
-    object->m_serial = m_nextSerial++;
+    auto object = std::make_shared<T>();
     T* raw = object.get();
-    m_objects.push_back(std::move(object));
+    Record entry;
+    entry.object = std::move(object);
+    entry.name = std::move(name);
+    entry.path = std::move(path);
+    entry.cls = cls;
+    entry.serial = m_nextSerial++;
+    entry.isActor = std::is_base_of_v<AActor, T>;
+    m_indexOf.emplace(raw, m_objects.size());
+    m_objects.push_back(std::move(entry));
     return raw;
+}
+
+auto Engine::record(const UObject* object) -> Record& {
+    return m_objects[m_indexOf.at(object)];
+}
+
+auto Engine::record(const UObject* object) const -> const Record& {
+    return m_objects[m_indexOf.at(object)];
 }
 
 auto Engine::add_class(std::wstring shortName, std::wstring path) -> UClass* {
@@ -118,11 +131,12 @@ auto Engine::add_world(std::wstring name) -> UWorld* {
 
 auto Engine::add_actor(UWorld* world, UClass* cls, std::wstring name, const Pose& pose) -> AActor* {
     std::lock_guard lock(m_mutex);
-    std::wstring path = (world ? world->m_path : std::wstring(L"/Transient")) + L":PersistentLevel." + name;
+    std::wstring path =
+        (world ? record(world).path : std::wstring(L"/Transient")) + L":PersistentLevel." + name;
     auto* actor = make_object<AActor>(std::move(name), std::move(path), cls);
-    actor->m_world = world;
-    actor->m_location[0] = pose.x, actor->m_location[1] = pose.y, actor->m_location[2] = pose.z;
-    actor->m_rotation[0] = pose.pitch, actor->m_rotation[1] = pose.yaw, actor->m_rotation[2] = pose.roll;
+    Record& entry = record(actor);
+    entry.world = world;
+    entry.pose = pose;
     return actor;
 }
 
@@ -149,20 +163,19 @@ auto Engine::change_map(const GameWorld& old, std::wstring mapName) -> GameWorld
 
 auto Engine::tear_down_world(UWorld* world) -> void {
     std::lock_guard lock(m_mutex);
-    for (auto& object : m_objects)
-        if (auto* actor = dynamic_cast<AActor*>(object.get()); actor && actor->m_world == world)
-            actor->m_alive = false;
+    for (auto& entry : m_objects)
+        if (entry.isActor && entry.world == world)
+            entry.alive = false;
 }
 
 auto Engine::destroy_actor(AActor* actor) -> void {
     std::lock_guard lock(m_mutex);
-    actor->m_alive = false;
+    record(actor).alive = false;
 }
 
 auto Engine::move_actor(AActor* actor, const Pose& pose) -> void {
     std::lock_guard lock(m_mutex);
-    actor->m_location[0] = pose.x, actor->m_location[1] = pose.y, actor->m_location[2] = pose.z;
-    actor->m_rotation[0] = pose.pitch, actor->m_rotation[1] = pose.yaw, actor->m_rotation[2] = pose.roll;
+    record(actor).pose = pose;
 }
 
 auto Engine::set_fault(Op op, Fault fault) -> void {
@@ -183,36 +196,36 @@ auto Engine::calls(Op op) const -> uint64_t {
 
 auto Engine::inspect(const AActor* actor) const -> ActorState {
     std::lock_guard lock(m_mutex);
+    const Record& entry = record(actor);
     ActorState state;
-    state.name = actor->m_name;
+    state.name = entry.name;
     state.fullName = full_name_locked(actor);
-    state.className = actor->m_class ? actor->m_class->m_name : L"";
-    state.world = actor->m_world;
-    state.pose = Pose{actor->m_location[0], actor->m_location[1], actor->m_location[2],
-                      actor->m_rotation[0], actor->m_rotation[1], actor->m_rotation[2]};
-    state.hidden = actor->m_hidden;
-    state.collision = actor->m_collision;
-    state.tick = actor->m_tick;
-    state.alive = actor->m_alive;
-    state.spawned = actor->m_spawned;
+    state.className = entry.cls ? record(entry.cls).name : L"";
+    state.world = entry.world;
+    state.pose = entry.pose;
+    state.hidden = entry.hidden;
+    state.collision = entry.collision;
+    state.tick = entry.tick;
+    state.alive = entry.alive;
+    state.spawned = entry.spawned;
     return state;
 }
 
 auto Engine::actors() const -> std::vector<AActor*> {
     std::lock_guard lock(m_mutex);
     std::vector<AActor*> out;
-    for (auto& object : m_objects)
-        if (auto* actor = dynamic_cast<AActor*>(object.get()))
-            out.push_back(actor);
+    for (auto& entry : m_objects)
+        if (entry.isActor)
+            out.push_back(static_cast<AActor*>(entry.object.get()));
     return out;
 }
 
 auto Engine::spawned_actors() const -> std::vector<AActor*> {
     std::lock_guard lock(m_mutex);
     std::vector<AActor*> out;
-    for (auto& object : m_objects)
-        if (auto* actor = dynamic_cast<AActor*>(object.get()); actor && actor->m_spawned)
-            out.push_back(actor);
+    for (auto& entry : m_objects)
+        if (entry.isActor && entry.spawned)
+            out.push_back(static_cast<AActor*>(entry.object.get()));
     return out;
 }
 
@@ -285,11 +298,9 @@ auto Engine::find_first_of(std::wstring_view className) -> UObject* {
     if (enter(op, "FindFirstOf(" + narrow(className) + ")") != FaultMode::None)
         return nullptr;
     std::lock_guard lock(m_mutex);
-    for (auto& object : m_objects) {
-        auto* actor = dynamic_cast<AActor*>(object.get());
-        if (actor && actor->m_alive && actor->m_class && actor->m_class->m_name == className)
-            return actor;
-    }
+    for (auto& entry : m_objects)
+        if (entry.isActor && entry.alive && entry.cls && record(entry.cls).name == className)
+            return entry.object.get();
     return nullptr;
 }
 
@@ -297,9 +308,9 @@ auto Engine::find_object(std::wstring_view path) -> UObject* {
     if (enter(Op::Class, "FindObject(" + narrow(path) + ")") != FaultMode::None)
         return nullptr;
     std::lock_guard lock(m_mutex);
-    for (auto& object : m_objects)
-        if (object->m_path == path)
-            return object.get();
+    for (auto& entry : m_objects)
+        if (entry.path == path)
+            return entry.object.get();
     return nullptr;
 }
 
@@ -307,7 +318,7 @@ auto Engine::world_of(const AActor* actor) -> UWorld* {
     if (enter(Op::World, "GetWorld") != FaultMode::None)
         return nullptr;
     std::lock_guard lock(m_mutex);
-    return actor->m_world;
+    return record(actor).world;
 }
 
 auto Engine::spawn(UWorld* world, UClass* cls, const RC::Unreal::FVector* location,
@@ -322,16 +333,17 @@ auto Engine::spawn(UWorld* world, UClass* cls, const RC::Unreal::FVector* locati
     if (rotation)
         pose.pitch = rotation->GetPitch(), pose.yaw = rotation->GetYaw(), pose.roll = rotation->GetRoll();
     uint64_t serial;
+    std::wstring className = L"Actor";
     {
         std::lock_guard lock(m_mutex);
         serial = static_cast<uint64_t>(m_nextSerial);
+        if (cls)
+            className = record(cls).name;
     }
-    AActor* actor = add_actor(
-        world, cls,
-        (cls ? cls->GetName() : std::wstring(L"Actor")) + L"_" + std::to_wstring(2147480000 + serial), pose);
+    AActor* actor = add_actor(world, cls, className + L"_" + std::to_wstring(2147480000 + serial), pose);
     {
         std::lock_guard lock(m_mutex);
-        actor->m_spawned = true;
+        record(actor).spawned = true;
     }
     // The new actor's construction and BeginPlay events run through ProcessEvent before SpawnActor returns.
     process_event(actor);
@@ -343,18 +355,17 @@ auto Engine::move(AActor* actor, const RC::Unreal::FVector& location, const RC::
     bool spawned;
     {
         std::lock_guard lock(m_mutex);
-        spawned = actor->m_spawned;
+        spawned = record(actor).spawned;
     }
     if (enter(spawned ? Op::Move : Op::Relocate, "K2_SetActorLocationAndRotation") != FaultMode::None)
         return false;
     process_event(actor);
     const auto v = decode_vector(location);
     std::lock_guard lock(m_mutex);
-    if (!actor->m_alive)
+    Record& entry = record(actor);
+    if (!entry.alive)
         return false;
-    actor->m_location[0] = v[0], actor->m_location[1] = v[1], actor->m_location[2] = v[2];
-    actor->m_rotation[0] = rotation.GetPitch(), actor->m_rotation[1] = rotation.GetYaw(),
-    actor->m_rotation[2] = rotation.GetRoll();
+    entry.pose = Pose{v[0], v[1], v[2], rotation.GetPitch(), rotation.GetYaw(), rotation.GetRoll()};
     return true;
 }
 
@@ -366,12 +377,13 @@ auto Engine::set_flag(AActor* actor, Op op, bool value) -> void {
         return;
     process_event(actor);
     std::lock_guard lock(m_mutex);
+    Record& entry = record(actor);
     if (op == Op::Hidden)
-        actor->m_hidden = value;
+        entry.hidden = value;
     else if (op == Op::Collision)
-        actor->m_collision = value;
+        entry.collision = value;
     else
-        actor->m_tick = value;
+        entry.tick = value;
 }
 
 auto Engine::destroy(AActor* actor) -> void {
@@ -379,7 +391,7 @@ auto Engine::destroy(AActor* actor) -> void {
         return;
     process_event(actor);
     std::lock_guard lock(m_mutex);
-    actor->m_alive = false;
+    record(actor).alive = false;
 }
 
 auto Engine::full_name(const UObject* object) -> std::wstring {
@@ -390,20 +402,29 @@ auto Engine::full_name(const UObject* object) -> std::wstring {
 }
 
 auto Engine::full_name_locked(const UObject* object) const -> std::wstring {
-    const std::wstring cls = object->m_class ? object->m_class->m_name : std::wstring(L"Class");
-    return cls + L" " + object->m_path;
+    const Record& entry = record(object);
+    const std::wstring cls = entry.cls ? record(entry.cls).name : std::wstring(L"Class");
+    return cls + L" " + entry.path;
 }
 
 auto Engine::resolve_weak(int32_t index, int32_t serial) const -> UObject* {
     std::lock_guard lock(m_mutex);
     if (index < 0 || static_cast<std::size_t>(index) >= m_objects.size())
         return nullptr;
-    UObject* object = m_objects[static_cast<std::size_t>(index)].get();
-    if (object->m_serial != serial)
+    const Record& entry = m_objects[static_cast<std::size_t>(index)];
+    if (entry.serial != serial || (entry.isActor && !entry.alive))
         return nullptr;
-    if (auto* actor = dynamic_cast<AActor*>(object); actor && !actor->m_alive)
-        return nullptr;
-    return object;
+    return entry.object.get();
+}
+
+auto Engine::index_of(const UObject* object) const -> int32_t {
+    std::lock_guard lock(m_mutex);
+    return static_cast<int32_t>(m_indexOf.at(object));
+}
+
+auto Engine::serial_of(const UObject* object) const -> int32_t {
+    std::lock_guard lock(m_mutex);
+    return record(object).serial;
 }
 
 } // namespace standin

@@ -5,6 +5,8 @@
 
 #include "Unreal/AActor.hpp"
 #include "Unreal/Hooks.hpp"
+#include "Unreal/UClass.hpp"
+#include "Unreal/UFunction.hpp"
 #include "Unreal/UObject.hpp"
 #include "Unreal/World.hpp"
 
@@ -16,6 +18,7 @@
 #include <string>
 #include <string_view>
 #include <thread>
+#include <unordered_map>
 #include <vector>
 
 namespace standin {
@@ -150,20 +153,38 @@ public:
     auto set_flag(AActor* actor, Op op, bool value) -> void;
     auto destroy(AActor* actor) -> void;
     auto full_name(const UObject* object) -> std::wstring;
-    auto serial_of(const UObject* object) const -> int32_t { return object->m_serial; }
+    auto index_of(const UObject* object) const -> int32_t;
+    auto serial_of(const UObject* object) const -> int32_t;
     auto resolve_weak(int32_t index, int32_t serial) const -> UObject*;
 
 private:
+    // What the engine knows of one object; the object itself carries no data.
+    struct Record {
+        std::shared_ptr<UObject> object;
+        std::wstring name;
+        std::wstring path;
+        UClass* cls{};
+        int32_t serial{};
+        bool isActor{};
+        UWorld* world{};
+        Pose pose;
+        bool hidden{}, collision{true}, tick{true}, alive{true}, spawned{};
+    };
+
     Engine() = default;
     template <typename T>
     auto make_object(std::wstring name, std::wstring path, UClass* cls) -> T*;
+    // The record of an object the engine made; m_mutex held.
+    auto record(const UObject* object) -> Record&;
+    auto record(const UObject* object) const -> const Record&;
     // Counts the call and returns the fault mode in force for it; throws for the throwing modes.
     auto enter(Op op, std::string journalEntry) -> FaultMode;
     auto check_thread() const -> void;
     auto full_name_locked(const UObject* object) const -> std::wstring;
 
     mutable std::mutex m_mutex;
-    std::vector<std::unique_ptr<UObject>> m_objects; // never freed before reset: pointers stay readable
+    std::vector<Record> m_objects; // by index; never freed before reset: pointers stay readable
+    std::unordered_map<const UObject*, std::size_t> m_indexOf;
     int32_t m_nextSerial{1};
     Fault m_faults[kOpCount]{};
     uint64_t m_calls[kOpCount]{};

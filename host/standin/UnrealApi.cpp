@@ -6,20 +6,20 @@
 #include "Unreal/UObjectGlobals.hpp"
 #include "Unreal/UnrealVersion.hpp"
 
-#include <cstring>
-
 namespace RC::Unreal {
 
 int32_t Version::Major = 5;
 int32_t Version::Minor = 1;
 
-UObject::~UObject() = default;
+auto UObject::GetInternalIndex() const -> int32_t {
+    return standin::engine().index_of(this);
+}
 
 auto UObject::GetFullName(UObject*) const -> std::wstring {
     return standin::engine().full_name(this);
 }
 
-auto AActor::GetWorld() const -> UWorld* {
+auto AActor::GetWorld() -> UWorld* {
     return standin::engine().world_of(this);
 }
 
@@ -44,73 +44,37 @@ auto AActor::K2_DestroyActor() -> void {
     standin::engine().destroy(this);
 }
 
-auto UWorld::SpawnActor(UClass* Class, const FVector* Location, const FRotator* Rotation) -> AActor* {
-    return standin::engine().spawn(this, Class, Location, Rotation);
+AActor* UWorld::SpawnActor(UClass* InClass, FVector const* Location, FRotator const* Rotation) {
+    return standin::engine().spawn(this, InClass, Location, Rotation);
 }
 
 auto UObjectGlobals::FindFirstOf(const wchar_t* ClassName) -> UObject* {
     return standin::engine().find_first_of(ClassName);
 }
 
-auto UObjectGlobals::FindObject(UClass*, UObject*, const wchar_t* Name, bool, ObjectSearcher*) -> UObject* {
-    return standin::engine().find_object(Name);
+UObject* UObjectGlobals::FindObject(UClass*, UObject*, const wchar_t* InName, bool, ObjectSearcher*) {
+    return standin::engine().find_object(InName);
 }
 
-FWeakObjectPtr::FWeakObjectPtr(const UObject* Object) {
-    if (Object) {
-        m_index = Object->GetInternalIndex();
-        m_serial = standin::engine().serial_of(Object);
+auto FWeakObjectPtr::Reset() -> void {
+    ObjectIndex = -1;
+    ObjectSerialNumber = 0;
+}
+
+auto FWeakObjectPtr::operator=(UObject* NewObject) -> void {
+    if (!NewObject) {
+        Reset();
+        return;
     }
+    ObjectIndex = NewObject->GetInternalIndex();
+    ObjectSerialNumber = standin::engine().serial_of(NewObject);
 }
 
 auto FWeakObjectPtr::Get() const -> UObject* {
-    return standin::engine().resolve_weak(m_index, m_serial);
+    return standin::engine().resolve_weak(ObjectIndex, ObjectSerialNumber);
 }
 
-namespace {
-auto rotator_uses_doubles() -> bool {
-    return Version::Major >= 5;
-}
-} // namespace
-
-FRotator::FRotator()
-    : FRotator(0.0, 0.0, 0.0) {}
-
-FRotator::FRotator(double pitch, double yaw, double roll) {
-    if (rotator_uses_doubles()) {
-        const double values[3] = {pitch, yaw, roll};
-        std::memcpy(m_bytes, values, sizeof values);
-    } else {
-        const float values[3] = {static_cast<float>(pitch), static_cast<float>(yaw),
-                                 static_cast<float>(roll)};
-        std::memcpy(m_bytes, values, sizeof values);
-    }
-}
-
-namespace {
-auto rotator_component(const unsigned char* bytes, int index) -> double {
-    if (rotator_uses_doubles()) {
-        double value;
-        std::memcpy(&value, bytes + index * 8, sizeof value);
-        return value;
-    }
-    float value;
-    std::memcpy(&value, bytes + index * 4, sizeof value);
-    return static_cast<double>(value);
-}
-} // namespace
-
-auto FRotator::GetPitch() const -> double {
-    return rotator_component(m_bytes, 0);
-}
-auto FRotator::GetYaw() const -> double {
-    return rotator_component(m_bytes, 1);
-}
-auto FRotator::GetRoll() const -> double {
-    return rotator_component(m_bytes, 2);
-}
-
-auto Hook::RegisterProcessEventPreCallback(const ProcessEventCallback& Callback) -> void {
+auto Hook::RegisterProcessEventPreCallback(ProcessEventCallback Callback) -> void {
     standin::engine().register_pre_callback(Callback);
 }
 

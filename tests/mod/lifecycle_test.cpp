@@ -46,7 +46,7 @@ TEST_F(Lifecycle, StartWritesLoadedReportReadsRoleAndClearsEarlierReports) {
                 lines[1].level == 0);
 
     // The role shows in the first status report, written on the first tick.
-    object->on_host_tick();
+    object->on_update();
     const std::string status = read_file(exchange_dir() / "cpp_phase5g_status.txt");
     EXPECT_NE(status.find("\nclientRole=CLIENT_B\n"), std::string::npos) << status;
 
@@ -64,7 +64,7 @@ TEST_F(Lifecycle, UnwritableExchangeDirectoryLosesOnlyTheReports) {
     write_file(exchange_dir(), "not a directory");
     auto mod = load_mod_copy(KORVATH_MOD_LIBRARY);
     RC::CppUserModBase* object = mod.start();
-    object->on_host_tick();
+    object->on_update();
     EXPECT_EQ(host.console->texts().front(), kLoadedLine);
 
     // Once the cause is gone the next write succeeds.

@@ -32,13 +32,13 @@ TEST_F(EndToEnd, ProxyOutlivesTheModObject) {
     put("local_state.tsv", "0\t0\t100\t0\tMap_A\n");
     put("phase5g.enable_once.txt");
     put("remote_players.tsv", "p2\tB\t50\t0\t100\t0\tMap_A\n");
-    driver.mod().on_unreal_ready();
+    driver.mod().on_unreal_init();
     ASSERT_TRUE(driver.run_until([&] { return live_proxy().has_value(); }, 8.0));
 
     // The object's last tick posts a move; unloading leaves the proxy in the world, and the callback
     // still runs the move after the object is freed (an ASan build catches any touch of it).
     standin::clock().advance_ns(50'000'000);
-    driver.mod().on_host_tick();
+    driver.mod().on_update();
     driver.uninstall();
     EXPECT_EQ(report("cpp_mod_unloaded.txt"),
               "KorvathOnlineCpp Phase 5G unloaded while the proxy was active.\n");
@@ -48,7 +48,7 @@ TEST_F(EndToEnd, ProxyOutlivesTheModObject) {
 
     // A new object in the same process registers no second callback.
     driver.restart();
-    driver.mod().on_unreal_ready();
+    driver.mod().on_unreal_init();
     EXPECT_EQ(standin::engine().callback_count(), 1u);
 }
 

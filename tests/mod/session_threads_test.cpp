@@ -61,10 +61,10 @@ TEST(SessionThreads, FullClientBSessionOnRealThreads) {
         std::jthread updateThread([&](std::stop_token stop) {
             while (!stop.stop_requested()) {
                 standin::clock().advance_ns(5'000'000);
-                object->on_host_tick();
+                object->on_update();
             }
         });
-        std::jthread readyThread([&] { object->on_unreal_ready(); });
+        std::jthread readyThread([&] { object->on_unreal_init(); });
 
         // Relocation first, then the enable wait, then a proxy that follows the remote row.
         ASSERT_TRUE(eventually([&] { return standin::engine().inspect(game.pawn).pose.y == 2800.0; }));

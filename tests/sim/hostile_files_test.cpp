@@ -166,7 +166,7 @@ TEST(HostileFiles, NoneStallsTheUpdateThreadGrowsMemoryOrBreaksTheStatusReport) 
     std::smatch tick, memory;
     ASSERT_TRUE(std::regex_search(
         output, tick,
-        std::regex(R"(on_host_tick: \d+ calls, longest ([\d.]+) ms \(processor time ([\d.]+) ms\))")))
+        std::regex(R"(on_update: \d+ calls, longest ([\d.]+) ms \(processor time ([\d.]+) ms\))")))
         << output;
     ASSERT_TRUE(std::regex_search(output, memory, std::regex(R"(peak resident memory ([\d.]+) MiB)")))
         << output;

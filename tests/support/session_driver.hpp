@@ -61,7 +61,7 @@ public:
 
     auto step() -> void {
         standin::clock().advance_ns(kStep);
-        m_object->on_host_tick();
+        m_object->on_update();
         standin::engine().process_event();
     }
     // Steps until `done` holds or `maxSeconds` of clock time have passed; true when it held.

@@ -28,7 +28,7 @@ auto ModHost::tick() -> void {
         return;
     const auto start = std::chrono::steady_clock::now();
     const auto startCpu = os::thread_cpu_time();
-    m_tickGuard.run([this] { m_mod->on_host_tick(); });
+    m_tickGuard.run([this] { m_mod->on_update(); });
     const auto cpu = os::thread_cpu_time() - startCpu;
     const auto end = std::chrono::steady_clock::now();
     const auto wall = std::chrono::duration_cast<std::chrono::nanoseconds>(end - start);
@@ -37,14 +37,14 @@ auto ModHost::tick() -> void {
     ++m_ticks;
     using Milliseconds = std::chrono::duration<double, std::milli>;
     if (wall > kSlowTick && ++m_slowTicks <= kSlowTicksPrinted)
-        std::fprintf(stderr, "korvath-sim: on_host_tick took %.1f ms (processor time %.1f ms) at %.3f s\n",
+        std::fprintf(stderr, "korvath-sim: on_update took %.1f ms (processor time %.1f ms) at %.3f s\n",
                      Milliseconds(wall).count(), Milliseconds(cpu).count(),
                      std::chrono::duration<double>(end - m_created).count());
 }
 
 auto ModHost::engine_ready() -> void {
     if (m_mod)
-        m_readyGuard.run([this] { m_mod->on_unreal_ready(); });
+        m_readyGuard.run([this] { m_mod->on_unreal_init(); });
 }
 
 auto ModHost::uninstall() -> void {
@@ -58,7 +58,7 @@ auto ModHost::print_summaries() const -> void {
         guard->print_summary();
     using Milliseconds = std::chrono::duration<double, std::milli>;
     std::fprintf(stderr,
-                 "korvath-sim: on_host_tick: %" PRIu64 " calls, longest %.3f ms (processor time %.3f ms)\n",
+                 "korvath-sim: on_update: %" PRIu64 " calls, longest %.3f ms (processor time %.3f ms)\n",
                  m_ticks, Milliseconds(m_longestTick).count(), Milliseconds(m_longestTickCpu).count());
 }
 

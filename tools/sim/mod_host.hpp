@@ -34,8 +34,8 @@ private:
     RC::CppUserModBase*
         m_mod{}; // written on the entry thread before the hook threads start and after they end
     HookGuard m_startGuard{"start_mod"};
-    HookGuard m_tickGuard{"on_host_tick"};
-    HookGuard m_readyGuard{"on_unreal_ready"};
+    HookGuard m_tickGuard{"on_update"};
+    HookGuard m_readyGuard{"on_unreal_init"};
     HookGuard m_uninstallGuard{"uninstall_mod"};
     std::chrono::steady_clock::time_point m_created{std::chrono::steady_clock::now()};
     uint64_t m_ticks{}; // update thread

@@ -5,20 +5,24 @@
 namespace RC::Unreal {
 
 class UObject;
+struct FUObjectItem;
 
-// Refers to an object by index and serial number; Get() yields null once the engine has
-// destroyed the object, so a stale reference is never dereferenced.
-class FWeakObjectPtr {
-public:
-    FWeakObjectPtr() = default;
-    explicit FWeakObjectPtr(const UObject* Object);
-
-    auto Get() const -> UObject*;
-    auto Reset() -> void { m_index = -1, m_serial = 0; }
-
+// Refers to an object by its index in the engine's object array and that slot's serial number;
+// Get() yields null once the slot holds another object, or the object is being destroyed.
+struct FWeakObjectPtr {
 private:
-    int32_t m_index{-1};
-    int32_t m_serial{};
+    int32_t ObjectIndex{};
+    int32_t ObjectSerialNumber{};
+
+    auto InternalGetObjectItem() const -> FUObjectItem*;
+    auto InternalGet(bool bEvenIfPendingKill) const -> UObject*;
+    auto Reset() -> void;
+
+public:
+    auto operator=(UObject*) -> void;
+
+    auto SerialNumbersMatch(FUObjectItem*) const -> bool;
+    auto Get() const -> UObject*;
 };
 
 } // namespace RC::Unreal

@@ -1,44 +1,19 @@
 #pragma once
-// Engine objects as the mod sees them. The engine owns every object; the mod holds plain pointers
-// and, where an object may disappear under it, weak pointers (FWeakObjectPtr).
+// Engine objects as the mod sees them. The engine owns every object and keeps its data; a UObject here
+// carries no data of its own, as in the host, where members are reached through the engine's layout.
+// The host splits these members over UObjectBase, UObjectBaseUtility and UObject.
 
 #include <cstdint>
 #include <string>
 
-namespace standin {
-class Engine;
-}
-
 namespace RC::Unreal {
-
-class UClass;
 
 class UObject {
 public:
-    UObject(const UObject&) = delete;
-    UObject& operator=(const UObject&) = delete;
-    virtual ~UObject();
-
+    // The object's slot in the engine's object array.
+    auto GetInternalIndex() const -> int32_t;
     // "<ClassName> <path>"; goes through the engine, so it may fail like any engine call.
     auto GetFullName(UObject* StopOuter = nullptr) const -> std::wstring;
-    auto GetName() const -> std::wstring { return m_name; }
-    auto GetPathName() const -> std::wstring { return m_path; }
-    auto GetClassPrivate() const -> UClass* { return m_class; }
-    auto GetInternalIndex() const -> int32_t { return m_index; }
-
-protected:
-    UObject() = default;
-
-private:
-    friend class ::standin::Engine;
-    std::wstring m_name;
-    std::wstring m_path;
-    UClass* m_class{};
-    int32_t m_index{-1};
-    int32_t m_serial{};
 };
-
-class UClass : public UObject {};
-class UFunction : public UObject {};
 
 } // namespace RC::Unreal

@@ -9,6 +9,13 @@ class Version {
 public:
     static int32_t Major;
     static int32_t Minor;
+
+    [[nodiscard]] static auto IsAtLeast(int32_t major_p, int32_t minor_p) -> bool {
+        return Major > major_p || (Major == major_p && Minor >= minor_p);
+    }
+    [[nodiscard]] static auto IsBelow(int32_t major_p, int32_t minor_p) -> bool {
+        return Major < major_p || (Major == major_p && Minor < minor_p);
+    }
 };
 
 } // namespace RC::Unreal

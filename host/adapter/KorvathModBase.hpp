@@ -1,6 +1,6 @@
 #pragma once
-// The mod's base class with the real UE4SS host, whose update and engine-ready hooks are named
-// on_update and on_unreal_init: they forward to the mod's on_host_tick and on_unreal_ready.
+// The mod's base class over the host's. The host's update and engine-ready hooks are named on_update
+// and on_unreal_init; they forward to the mod's on_host_tick and on_unreal_ready.
 
 #include <Mod/CppUserModBase.hpp>
 

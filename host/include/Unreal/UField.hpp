@@ -1,0 +1,9 @@
+#pragma once
+
+#include "Unreal/UObject.hpp"
+
+namespace RC::Unreal {
+
+class UField : public UObject {};
+
+} // namespace RC::Unreal
