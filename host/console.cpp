@@ -1,6 +1,11 @@
 #include "host/console.hpp"
 
+// KORVATH_STD_FORMAT: built against a host that has no {fmt} and formats with std::format itself.
+#ifdef KORVATH_STD_FORMAT
+#include <format>
+#else
 #include <fmt/xchar.h>
+#endif
 
 #include <stdexcept>
 
@@ -39,8 +44,12 @@ auto log_to_console(std::wstring_view line, int32_t level) -> void {
 auto log_to_console(std::wstring_view format, std::wstring_view argument) -> void {
     std::wstring formatted;
     send_to_devices(RC::LogLevel::Default, [&]() -> std::wstring_view {
+#ifdef KORVATH_STD_FORMAT
+        formatted = std::vformat(format, std::make_wformat_args(argument));
+#else
         formatted =
             fmt::vformat(fmt::wstring_view(format.data(), format.size()), fmt::make_wformat_args(argument));
+#endif
         return formatted;
     });
 }

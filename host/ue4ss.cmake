@@ -4,8 +4,10 @@ set(KORVATH_UE4SS_DIR "" CACHE PATH "Source tree of the UE4SS host the mod is bu
 if(NOT EXISTS "${KORVATH_UE4SS_DIR}/CMakeLists.txt")
     message(FATAL_ERROR "KORVATH_HOST=ue4ss needs KORVATH_UE4SS_DIR, the host's source tree")
 endif()
-add_subdirectory(${KORVATH_UE4SS_DIR} ${CMAKE_BINARY_DIR}/ue4ss EXCLUDE_FROM_ALL)
+# SYSTEM: the host's headers (and its {fmt}'s) reach the mod as system headers, so that the mod's own
+# warning level and warnings-as-errors apply to the mod's code only.
+add_subdirectory(${KORVATH_UE4SS_DIR} ${CMAKE_BINARY_DIR}/ue4ss EXCLUDE_FROM_ALL SYSTEM)
 
 add_library(KorvathHost INTERFACE)
-target_include_directories(KorvathHost INTERFACE ${CMAKE_CURRENT_SOURCE_DIR}/adapter/ue4ss)
+target_include_directories(KorvathHost INTERFACE ${CMAKE_CURRENT_SOURCE_DIR}/adapter)
 target_link_libraries(KorvathHost INTERFACE UE4SS)
