@@ -15,18 +15,24 @@ public:
 
 class LoadedMod {
 public:
-    // Throws ModLoadError when the library or one of its entry points cannot be found. The library is
-    // never unloaded: a ProcessEvent callback it registered may point into it for the rest of the process.
+    // Throws ModLoadError when the library or one of its entry points cannot be found.
     static auto load(const std::filesystem::path& library) -> LoadedMod;
 
     auto start() const -> RC::CppUserModBase* { return m_start(); }
     auto uninstall(RC::CppUserModBase* mod) const -> void { m_uninstall(mod); }
+    // Gives back this load's reference to the library, as the host does right after uninstall_mod (on a
+    // hot reload, or when it uninstalls all mods). Whatever the library registered may then point into
+    // freed code unless the library keeps itself loaded. The entry points are unusable afterwards.
+    auto free_library() -> void;
+    auto path() const -> const std::filesystem::path& { return m_path; }
 
 private:
     using StartFn = RC::CppUserModBase* (*)();
     using UninstallFn = void (*)(RC::CppUserModBase*);
     StartFn m_start{};
     UninstallFn m_uninstall{};
+    void* m_handle{};
+    std::filesystem::path m_path;
 };
 
 } // namespace standin

@@ -14,12 +14,22 @@ auto LoadedMod::load(const std::filesystem::path& library) -> LoadedMod {
         throw ModLoadError("cannot load mod library " + library.string() + ": error " +
                            std::to_string(GetLastError()));
     LoadedMod mod;
+    mod.m_handle = handle;
+    mod.m_path = library;
     mod.m_start = reinterpret_cast<StartFn>(reinterpret_cast<void*>(GetProcAddress(handle, "start_mod")));
     mod.m_uninstall =
         reinterpret_cast<UninstallFn>(reinterpret_cast<void*>(GetProcAddress(handle, "uninstall_mod")));
     if (!mod.m_start || !mod.m_uninstall)
         throw ModLoadError("mod library " + library.string() + " lacks start_mod or uninstall_mod");
     return mod;
+}
+
+auto LoadedMod::free_library() -> void {
+    if (m_handle)
+        FreeLibrary(static_cast<HMODULE>(m_handle));
+    m_handle = nullptr;
+    m_start = nullptr;
+    m_uninstall = nullptr;
 }
 
 } // namespace standin

@@ -2,6 +2,8 @@
 
 #include "support/test_support.hpp"
 
+#include "standin/Engine.hpp"
+
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -71,6 +73,26 @@ TEST_F(Lifecycle, UnwritableExchangeDirectoryLosesOnlyTheReports) {
     fs::remove(exchange_dir());
     mod.uninstall(object);
     EXPECT_TRUE(fs::exists(exchange_dir() / "cpp_mod_unloaded.txt"));
+}
+
+TEST_F(Lifecycle, CallbackOutlivesTheHostFreeingTheLibraryAndOneCallbackServesAReload) {
+    auto mod = load_mod_copy(KORVATH_MOD_LIBRARY);
+    RC::CppUserModBase* object = mod.start();
+    object->on_unreal_init();
+    mod.uninstall(object);
+    mod.free_library();
+    // The callback stays registered and runs on every ProcessEvent call after the unload.
+    for (int i = 0; i < 200; ++i)
+        standin::engine().process_event();
+
+    auto reloaded = standin::LoadedMod::load(mod.path());
+    object = reloaded.start();
+    object->on_unreal_init();
+    object->on_update();
+    standin::engine().process_event();
+    EXPECT_EQ(standin::engine().callback_count(), 1u);
+    reloaded.uninstall(object);
+    reloaded.free_library();
 }
 
 TEST(LibraryExports, OnlyTheTwoEntryPointsAreExported) {

@@ -50,6 +50,8 @@ auto ModHost::engine_ready() -> void {
 auto ModHost::uninstall() -> void {
     if (m_mod)
         m_uninstallGuard.run([this] { m_library.uninstall(m_mod); });
+    // The host frees the library right after uninstall_mod.
+    m_library.free_library();
     m_mod = nullptr;
 }
 
