@@ -11,3 +11,16 @@ add_subdirectory(${KORVATH_UE4SS_DIR} ${CMAKE_BINARY_DIR}/ue4ss EXCLUDE_FROM_ALL
 add_library(KorvathHost INTERFACE)
 target_include_directories(KorvathHost INTERFACE ${CMAKE_CURRENT_SOURCE_DIR}/adapter)
 target_link_libraries(KorvathHost INTERFACE UE4SS)
+
+# Hosts newer than 3.x register ProcessEvent callbacks with iteration data and options (and deprecate the
+# plain form); the adapter picks the form the host's own Hooks.hpp declares.
+file(GLOB_RECURSE KORVATH_UE4SS_HOOKS_HEADER "${KORVATH_UE4SS_DIR}/deps/first/Unreal/include/Unreal/Hooks.hpp")
+if(KORVATH_UE4SS_HOOKS_HEADER)
+    file(STRINGS "${KORVATH_UE4SS_HOOKS_HEADER}" KORVATH_UE4SS_CALLBACK_OPTIONS REGEX "FCallbackOptions")
+endif()
+if(KORVATH_UE4SS_CALLBACK_OPTIONS)
+    target_compile_definitions(KorvathHost INTERFACE KORVATH_UE4SS_CALLBACK_OPTIONS)
+    message(STATUS "ProcessEvent callback: the form with iteration data and options")
+else()
+    message(STATUS "ProcessEvent callback: the plain form of 3.x hosts")
+endif()

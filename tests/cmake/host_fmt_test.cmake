@@ -5,10 +5,12 @@
 
 # Per mock tree: what the command must contain and what it must not (@MOCK@ is the mock's folder).
 # Both: the host's headers as system headers, C++23.
-set(main_has "-isystem @MOCK@/deps/third/fmt/include" "-isystem @MOCK@/UE4SS/include")
+# main registers ProcessEvent callbacks with options; v3.x with the plain form.
+set(main_has "-isystem @MOCK@/deps/third/fmt/include" "-isystem @MOCK@/UE4SS/include"
+    "-DKORVATH_UE4SS_CALLBACK_OPTIONS")
 set(main_lacks "KORVATH_STD_FORMAT")
 set(v3_has "-DKORVATH_STD_FORMAT" "-isystem @MOCK@/UE4SS/include")
-set(v3_lacks "fmt/include")
+set(v3_lacks "fmt/include" "KORVATH_UE4SS_CALLBACK_OPTIONS")
 
 foreach(case IN ITEMS main v3)
     set(mock ${CMAKE_CURRENT_LIST_DIR}/mock-host-${case})
