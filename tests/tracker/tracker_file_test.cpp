@@ -38,20 +38,28 @@ auto number_of(const LocalPlayerState& state) -> int {
     return same ? i : -1;
 }
 
-// The script overwrites one fixed-size record in one write, so the file never goes missing or shrinks:
+// The script writes beside the game's executable, where the mod looks, with the working directory
+// elsewhere. It overwrites one fixed-size record in one write, so the file never goes missing or shrinks:
 // between any two writes the mod's and the relay's readers find that write's pose and stamp. A reader
 // thread racing the first 2,000 writes may see a mixed row (no OS forbids a read that overlaps a write of
 // the same bytes; about one in 25,000 here), so those are bounded, not forbidden.
-TEST(TrackerFile, TenThousandWritesNeverLeaveTheFileMissingAndEachRowIsThePawnsPose) {
+TEST(TrackerFile, TenThousandWritesBesideTheExecutableNeverLeaveTheFileMissingAndEachRowIsThePawnsPose) {
     constexpr int kWrites = 10'000, kRacedWrites = 2'000;
     reset_session_state();
     exchangeDirectory = exchange_dir();
     fs::create_directories(exchange_dir());
-    fs::current_path(binaries_dir()); // the script writes below the working directory, the game's folder
+    // <root>/Game/Content: the host knows the layout, and gives the folder of the executable.
+    fs::create_directories(binaries_dir().parent_path().parent_path() / "Content");
+    fs::current_path(scratch_dir("tracker-elsewhere"));
     const fs::path path = exchange_dir() / "local_state.tsv";
     std::optional<TrackedPose> pose = pose_number(1);
-    TrackerHost host(tracker::tracker_script(), "Map_A", [&] { return pose; });
+    tracker::HostSettings settings;
+    settings.gameDir = binaries_dir();
+    settings.utf8CodePage = true; // the game's path is not ASCII
+    settings.frameMs = 10;        // a sample at 10 ms, then every 50 ms
+    TrackerHost host(tracker::tracker_script(), settings, [&] { return pose; });
     host.advance_to(kPeriodMs);
+    ASSERT_TRUE(is_local_state_fresh()) << "no row where the mod looks";
     std::atomic<bool> done{false};
     int racingReads = 0, racingMisses = 0, racingMixed = 0;
     std::thread racer([&] {
@@ -70,7 +78,7 @@ TEST(TrackerFile, TenThousandWritesNeverLeaveTheFileMissingAndEachRowIsThePawnsP
         misses += !is_local_state_fresh() || fs::file_size(path) != kRecordBytes;
         parsed += read_local_state(state) && number_of(state) == i - 1 && sample && sample->stamp &&
                   sample->stamp->sequence == static_cast<uint64_t>(i - 1) &&
-                  sample->stamp->sampleMs == (i - 1) * kPeriodMs && sample->pose.x == state.x;
+                  sample->stamp->sampleMs == (i - 1) * kPeriodMs - 40 && sample->pose.x == state.x;
         pose = pose_number(i);
         host.advance_to(i * kPeriodMs);
         if (i == kRacedWrites) {

@@ -81,6 +81,8 @@ auto run(const SimOptions& options, const std::vector<std::string>& args) -> int
         host.emplace(installedMod);
         if (options.tracker)
             tracker = start_tracker_mode(options.gameDir, options.mapName, world.pawn);
+        if (options.workingDir)
+            std::filesystem::current_path(*options.workingDir);
     } catch (const std::exception& error) {
         std::fprintf(stderr, "korvath-sim: %s\n", error.what());
         return 1;

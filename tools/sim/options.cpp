@@ -76,6 +76,10 @@ auto define_options(CLI::App& app, SimOptions& o) -> void {
                   return std::nullopt;
               });
     app.get_option("--game-dir")->required();
+    add_value(app, "--cwd", "DIR",
+              "working directory of the game process (default: the game folder with\n"
+              "--tracker, else the caller's)",
+              [&o](std::string_view v) { return absolute_path(o.workingDir, v, "expected a directory"); });
     add_value(app, "--mod", "PATH",
               "mod library to install as DIR/Mods/KorvathOnlineCpp/dlls/main.dll (main.so\n"
               "on Linux) (default: the mod's library next to this program, else the build's own)",

@@ -20,6 +20,7 @@ struct FaultSetting {
 
 struct SimOptions {
     std::filesystem::path gameDir;                   // absolute
+    std::optional<std::filesystem::path> workingDir; // absolute; none: as the game folder's setup leaves it
     std::optional<std::filesystem::path> modLibrary; // none: the build's own mod library
     double tickMs{5};
     std::optional<double> readyAfterSeconds{1.0}; // none: the engine never reports ready

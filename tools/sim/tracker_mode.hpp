@@ -1,8 +1,8 @@
 #pragma once
 // The simulator's tracker mode: instead of writing KorvathOnline/local_state.tsv itself, it installs
 // the pose tracker script as the host's Lua mod (Mods/KorvathTracker/Scripts/main.lua in the game
-// folder) and runs it in the stand-in of the host's Lua side, fed with the simulated pawn's pose. The
-// working directory becomes the game folder, as in the game, since the script writes relative to it.
+// folder) and runs it in the stand-in of the current host's Lua side, fed with the simulated pawn's pose.
+// The working directory becomes the game folder (the simulator's --cwd may move it elsewhere).
 // While the file KorvathTracker.stop exists in the game folder the host runs none of the script's
 // loops, as if its Lua side had stopped: the local state goes stale.
 

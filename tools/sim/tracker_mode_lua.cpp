@@ -17,11 +17,10 @@ constexpr auto kHostStep = std::chrono::milliseconds(5);
 
 class LuaTrackerMode final : public TrackerMode {
 public:
-    LuaTrackerMode(fs::path stopFile, const fs::path& script, const std::string& mapName,
+    LuaTrackerMode(fs::path stopFile, const fs::path& script, const tracker::HostSettings& settings,
                    const standin::AActor* pawn)
         : m_stopFile(std::move(stopFile))
-        , m_host(
-              script, mapName, [this] { return m_framePose; }, true)
+        , m_host(script, settings, [this] { return m_framePose; })
         , m_pawn(pawn) {}
 
     // The host's clock stands still while the tracker is stopped, so that its loops resume where they
@@ -82,7 +81,11 @@ auto start_tracker_mode(const fs::path& gameDir, const std::string& mapName, con
     fs::create_directories(script.parent_path());
     install_file(tracker::tracker_script(), script);
     fs::current_path(gameDir);
-    return std::make_unique<LuaTrackerMode>(gameDir / "KorvathTracker.stop", script, mapName, pawn);
+    tracker::HostSettings settings;
+    settings.mapName = mapName;
+    settings.gameDir = gameDir;
+    settings.echo = true;
+    return std::make_unique<LuaTrackerMode>(gameDir / "KorvathTracker.stop", script, settings, pawn);
 }
 
 } // namespace korvath::sim

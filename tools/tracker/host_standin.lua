@@ -1,16 +1,38 @@
--- A stand-in for the mod host's Lua side, to run the pose tracker outside the game: the globals the
--- tracker uses (LoopAsync, ExecuteInGameThread, RegisterLoadMapPostHook, FindFirstOf, the UEHelpers
--- module, print, and os.clock as the host's C runtime gives it) over a world of one player controller,
--- its pawn and the map, on a clock that the caller advances. It is as strict as the real host is
+-- A stand-in for the mod host's Lua side, to run the pose tracker outside the game. It gives the globals the
+-- tracker uses as one of two versions of the host gives them, over a world of one player controller, its pawn
+-- and the map, on a clock that the caller advances:
+--   "main"   (the current host): LoopInGameThreadWithDelay, CancelDelayedAction, ExecuteInGameThread and
+--            LoopAsync; game-thread work runs on the engine's tick (its default method), once a frame;
+--   "v3.0.1" (the last release): LoopAsync and ExecuteInGameThread; game-thread work runs in ProcessEvent,
+--            which the engine calls all the time;
+-- and in both IterateGameDirectories, RegisterLoadMapPostHook, FindFirstOf, the UEHelpers module, print, io.open
+-- with the host's narrow paths and os.clock as its C runtime's clock(). It is as strict as the real host is
 -- dangerous: engine objects may be touched only on the game thread and only while they are valid.
 --
---   local host = Standin.new{ map = "Map_A", pose = function() return x, y, z, yaw end }
+--   local host = Standin.new{ map = "Map_A", pose = function() return x, y, z, yaw end,
+--                             gameDir = "/abs/Root/Game/Binaries/Win64" }
 --   host:install(); host:run_mod("main.lua"); host:advance_to(1000)
 --
--- `pose` returns nothing while there is no pawn.
+-- Options:
+--   pose          returns x, y, z, yaw, or nothing while there is no pawn
+--   api           "main" (default) or "v3.0.1"
+--   gameDir       absolute folder of the game's executable, <root>/<Game>/Binaries/Win64
+--   workingDir    where relative paths lead (default: the process's working directory, which is not the game
+--                 folder unless the caller made it so)
+--   codePage      "ascii" (default): the ANSI code page spells no character beyond ASCII, as Western code pages
+--                 cannot spell Cyrillic or Japanese; "utf8": the system uses UTF-8 as its ANSI code page
+--   frameMs       engine tick period ("main", default 1000/60); processEventMs (ProcessEvent, "v3.0.1", 1)
+--   asyncSleepMs  the async thread's sleep between its passes over LoopAsync loops (5)
+--   clockStartMs  clock()'s count at host time 0 (near 2^31 - 1 to reach its end)
+--   echo          also write console lines to standard output
 
 local Standin = {}
 Standin.__index = Standin
+
+-- The process's own functions, kept before install replaces them.
+local realOpen = io.open
+
+local kClockMax = 2147483647 -- the largest clock_t: clock() answers -1 beyond it
 
 local kInvalid = setmetatable({}, {
     __index = function(_, key)
@@ -46,19 +68,36 @@ local function engine_object(host, methods, properties)
 end
 
 function Standin.new(options)
+    local api = options.api or "main"
+    assert(api == "main" or api == "v3.0.1", "unknown host version " .. tostring(api))
+    local turnMs = api == "main" and (options.frameMs or 1000 / 60) or (options.processEventMs or 1)
     local host = setmetatable({
-        now = 0,                -- milliseconds since the host started
+        now = 0, -- milliseconds since the host started
+        api = api,
         mapName = options.map or "Map_A",
         poseSource = options.pose,
-        echo = options.echo,    -- also write console lines to standard output
-        console = {},
-        errors = {},            -- errors raised by callbacks, which the real host would only log
-        loops = {},
+        gameDir = options.gameDir,
+        workingDir = options.workingDir,
+        codePage = options.codePage or "ascii",
+        clockStartMs = options.clockStartMs or 0,
+        echo = options.echo,
+        console = {},       -- the script's print lines
+        hostLog = {},       -- the host's own messages (a failed callback, a directory warning)
+        errors = {},        -- errors raised by callbacks, which the real host only logs
+        asyncLoops = {},    -- LoopAsync: { delay, createdAt, callback }
+        pendingAsync = {},  -- registered since the async thread's last pass
         gameThreadQueue = {},
+        delayedActions = {}, -- LoopInGameThreadWithDelay: { handle, delay, executeAt, callback }
+        nextHandle = 1,
         loadMapHooks = {},
         onGameThread = false,
         stalled = false,
+        loopFaults = 0,
+        turnMs = turnMs,
+        asyncSleepMs = options.asyncSleepMs or 5,
     }, Standin)
+    host.nextTurn = host.turnMs
+    host.nextPass = host.asyncSleepMs
     host:new_world()
     return host
 end
@@ -102,6 +141,87 @@ function Standin:current_pawn()
     return self.pawn
 end
 
+function Standin:log(line)
+    table.insert(self.hostLog, line)
+    if self.echo then
+        io.stdout:write(line)
+        io.stdout:flush()
+    end
+end
+
+local function parent(path)
+    return (path:gsub("/+[^/]*$", ""))
+end
+
+local function base_name(path)
+    return path:match("([^/]*)$")
+end
+
+local function directory_exists(path)
+    return os.rename(path, path) == true
+end
+
+local function shell_quote(text)
+    return "'" .. text:gsub("'", "'\\''") .. "'"
+end
+
+-- IterateGameDirectories: the folders below the game's root (the parent of <Game>), each a table of its
+-- subfolders by name (the game's own folder as "Game") whose __name and __absolute_path come through __index.
+-- The current host gives the paths in UTF-8; v3.0.1 in the ANSI code page, failing on a name it cannot hold.
+-- Both give nil when <Game>/Content is missing, as for a layout they do not know.
+function Standin:game_directories()
+    local game = self.gameDir and parent(parent(self.gameDir))
+    if game == nil or not directory_exists(game .. "/Content") then
+        self:log("IterateGameDirectories: Could not locate the root directory because the directory structure is "
+            .. "unknown (not <RootGamePath>/Game/Binaries/Win64)\n")
+        return nil
+    end
+    local root = parent(game)
+    local codePage, api = self.codePage, self.api
+    local function directory(path)
+        if api == "v3.0.1" and codePage == "ascii" and path:find("[\128-\255]") then
+            error("No mapping for the Unicode character exists in the target multi-byte code page.", 0)
+        end
+        local meta = { __name = base_name(path), __absolute_path = path }
+        return setmetatable({}, {
+            __index = function(_, key) return meta[key] end,
+        })
+    end
+    local tables = { [root] = directory(root) }
+    local listing = assert(io.popen("find " .. shell_quote(root) .. " -mindepth 1 -type d -print0"))
+    local paths = {}
+    for path in listing:read("a"):gmatch("([^\0]+)\0") do
+        paths[#paths + 1] = path
+    end
+    listing:close()
+    table.sort(paths) -- every folder after its parent
+    for _, path in ipairs(paths) do
+        local above = tables[parent(path)]
+        if above then
+            tables[path] = directory(path)
+            rawset(above, path == game and "Game" or base_name(path), tables[path])
+        end
+    end
+    return tables[root]
+end
+
+-- A loop's callback as the host calls it: an error it raises is logged and counted, never raised further.
+-- `fault_loop_call` stands for an error that escapes a callback however careful it is.
+function Standin:call(callback, loop)
+    local ok, result
+    if loop and self.loopFaults > 0 then
+        self.loopFaults = self.loopFaults - 1
+        ok, result = false, "error escaping the loop's callback"
+    else
+        ok, result = pcall(callback)
+    end
+    if not ok then
+        table.insert(self.errors, tostring(result))
+        self:log(tostring(result) .. "\n")
+    end
+    return ok, result
+end
+
 function Standin:install()
     local host = self
     package.loaded.UEHelpers = {
@@ -117,13 +237,40 @@ function Standin:install()
         }
         return objects[className] or kInvalid
     end
-    LoopAsync = function(periodMs, callback)
-        assert(math.type(periodMs) == "integer" and periodMs > 0, "LoopAsync needs a period in ms")
-        table.insert(host.loops, { period = periodMs, due = host.now + periodMs, callback = callback })
+    -- Runs off the game thread, on the async thread's passes; see async_pass.
+    LoopAsync = function(delayMs, callback)
+        assert(math.type(delayMs) == "integer" and type(callback) == "function", "LoopAsync(integer, function)")
+        table.insert(host.pendingAsync, { delay = delayMs, createdAt = host.now, callback = callback })
     end
     ExecuteInGameThread = function(callback)
+        assert(type(callback) == "function", "ExecuteInGameThread(function)")
         table.insert(host.gameThreadQueue, callback)
     end
+    if self.api == "main" then
+        -- Due once `delayMs` have passed since it was made or its callback last returned; checked on every
+        -- game-thread turn. An error is logged and the loop goes on; the callback's result means nothing.
+        LoopInGameThreadWithDelay = function(delayMs, callback)
+            assert(math.type(delayMs) == "integer" and type(callback) == "function",
+                "LoopInGameThreadWithDelay(integer, function)")
+            local handle = host.nextHandle
+            host.nextHandle = handle + 1
+            table.insert(host.delayedActions,
+                { handle = handle, delay = delayMs, executeAt = host.now + delayMs, callback = callback })
+            return handle
+        end
+        CancelDelayedAction = function(handle)
+            for _, action in ipairs(host.delayedActions) do
+                if action.handle == handle and not action.cancelled then
+                    action.cancelled = true
+                    return true
+                end
+            end
+            return false
+        end
+    else
+        LoopInGameThreadWithDelay, CancelDelayedAction = nil, nil
+    end
+    IterateGameDirectories = function() return host:game_directories() end
     RegisterLoadMapPostHook = function(callback)
         table.insert(host.loadMapHooks, callback)
     end
@@ -139,7 +286,21 @@ function Standin:install()
             io.stdout:flush()
         end
     end
-    os.clock = function() return host.now / 1000 end
+    -- The C runtime's fopen with a narrow path, read in the ANSI code page; relative to the working directory.
+    io.open = function(path, mode)
+        if host.codePage == "ascii" and path:find("[\128-\255]") then
+            return nil, path .. ": No such file or directory", 2
+        end
+        if host.workingDir and not path:find("^/") then
+            path = host.workingDir .. "/" .. path
+        end
+        return realOpen(path, mode)
+    end
+    -- clock(): whole milliseconds since the process started, in a 32-bit clock_t; -1 beyond its range.
+    os.clock = function()
+        local ms = math.floor(host.clockStartMs + host.now)
+        return (ms > kClockMax and -1 or ms) / 1000
+    end
 end
 
 function Standin:run_mod(scriptPath)
@@ -150,16 +311,32 @@ function Standin:run_mod(scriptPath)
     chunk()
 end
 
--- Runs `callback` as the host runs one: an error is logged, not raised.
-function Standin:call(callback, ...)
-    local ok, result = pcall(callback, ...)
-    if not ok then
-        table.insert(self.errors, tostring(result))
+-- One pass of the host's async thread: loops registered since the last pass join; each whose delay has
+-- passed since it was made or its callback last returned (in whole milliseconds) is called. A loop ends
+-- when its callback returns true or raises.
+function Standin:async_pass()
+    for _, loop in ipairs(self.pendingAsync) do
+        table.insert(self.asyncLoops, loop)
     end
-    return ok, result
+    self.pendingAsync = {}
+    local kept = {}
+    for _, loop in ipairs(self.asyncLoops) do
+        local keep = true
+        if math.floor(self.now) - math.floor(loop.createdAt) >= loop.delay then
+            local ok, finished = self:call(loop.callback, true)
+            keep = ok and finished ~= true
+            loop.createdAt = self.now
+        end
+        if keep then
+            table.insert(kept, loop)
+        end
+    end
+    self.asyncLoops = kept
 end
 
-function Standin:run_game_thread()
+-- One turn of the game thread: everything queued for it before the turn, then the delayed actions that are
+-- due, each re-armed `delay` after the turn's callbacks returned.
+function Standin:game_thread_turn()
     if self.stalled then
         return
     end
@@ -169,49 +346,43 @@ function Standin:run_game_thread()
     for _, callback in ipairs(queue) do
         self:call(callback)
     end
-    self.onGameThread = false
-end
-
--- The loop that falls due first, at `ms` at the latest.
-function Standin:next_due(ms)
-    local nextLoop = nil
-    for _, loop in ipairs(self.loops) do
-        if loop.due <= ms and (nextLoop == nil or loop.due < nextLoop.due) then
-            nextLoop = loop
+    local due = {}
+    for _, action in ipairs(self.delayedActions) do
+        if not action.cancelled and self.now >= action.executeAt then
+            table.insert(due, action)
         end
     end
-    return nextLoop
+    for _, action in ipairs(due) do
+        if not action.cancelled then
+            self:call(action.callback, true)
+            action.executeAt = self.now + action.delay
+        end
+    end
+    self.onGameThread = false
+    local kept = {}
+    for _, action in ipairs(self.delayedActions) do
+        if not action.cancelled then
+            table.insert(kept, action)
+        end
+    end
+    self.delayedActions = kept
 end
 
--- Moves the clock to `ms`, running every loop that falls due on the way (off the game thread), each
--- followed by the game thread's turn: at once when another loop is due before `ms`, else at `ms`, so a
--- caller that advances to the present runs game-thread work at the present. A loop ends when its
--- callback returns true or raises.
+-- Moves the clock to `ms`, running on the way every pass of the async thread (every asyncSleepMs) and every
+-- turn of the game thread (every frame, or every ProcessEvent call), in time order.
 function Standin:advance_to(ms)
-    while true do
-        local nextLoop = self:next_due(ms)
-        if nextLoop == nil then
-            break
-        end
-        self.now = nextLoop.due
-        local ok, finished = self:call(nextLoop.callback)
-        if ok and finished ~= true then
-            nextLoop.due = nextLoop.due + nextLoop.period
+    while math.min(self.nextPass, self.nextTurn) <= ms do
+        if self.nextPass <= self.nextTurn then
+            self.now = self.nextPass
+            self:async_pass()
+            self.nextPass = self.nextPass + self.asyncSleepMs
         else
-            for i, loop in ipairs(self.loops) do
-                if loop == nextLoop then
-                    table.remove(self.loops, i)
-                    break
-                end
-            end
+            self.now = self.nextTurn
+            self:game_thread_turn()
+            self.nextTurn = self.nextTurn + self.turnMs
         end
-        if self:next_due(ms) == nil then
-            self.now = math.max(self.now, ms)
-        end
-        self:run_game_thread()
     end
     self.now = math.max(self.now, ms)
-    self:run_game_thread()
 end
 
 -- A map change: new world, controller and pawn objects, then the load-map hooks on the game thread.
@@ -220,14 +391,22 @@ function Standin:load_map(mapName)
     self:new_world()
     self.onGameThread = true
     for _, hook in ipairs(self.loadMapHooks) do
-        self:call(hook, {}, self.world)
+        local ok, problem = pcall(hook, {}, self.world)
+        if not ok then
+            table.insert(self.errors, tostring(problem))
+        end
     end
     self.onGameThread = false
 end
 
--- While stalled (a map loading), the game thread runs nothing that was queued for it.
+-- While stalled (a map loading), the game thread runs nothing.
 function Standin:stall_game_thread(stalled)
     self.stalled = stalled
+end
+
+-- The next `count` calls of any loop's callback fail as if an error had escaped it.
+function Standin:fault_loop_calls(count)
+    self.loopFaults = count
 end
 
 return Standin

@@ -25,7 +25,7 @@ auto tracker_script() -> std::filesystem::path {
     return std::filesystem::path(KORVATH_TRACKER_DIR) / "main.lua";
 }
 
-TrackerHost::TrackerHost(const std::filesystem::path& script, std::string mapName, PoseSource pose, bool echo)
+TrackerHost::TrackerHost(const std::filesystem::path& script, const HostSettings& settings, PoseSource pose)
     : m_lua(luaL_newstate())
     , m_pose(std::move(pose)) {
     if (m_lua == nullptr)
@@ -34,16 +34,25 @@ TrackerHost::TrackerHost(const std::filesystem::path& script, std::string mapNam
         luaL_openlibs(m_lua);
         if (luaL_dofile(m_lua, standin_script().string().c_str()) != LUA_OK)
             throw pop_error(m_lua, "cannot load the host stand-in");
-        // Standin.new{ map = ..., pose = <this source>, echo = ... }
         lua_getfield(m_lua, -1, "new");
-        lua_createtable(m_lua, 0, 3);
-        lua_pushstring(m_lua, mapName.c_str());
-        lua_setfield(m_lua, -2, "map");
+        lua_createtable(m_lua, 0, 6);
+        const auto set_string = [&](const char* key, const std::string& value) {
+            lua_pushstring(m_lua, value.c_str());
+            lua_setfield(m_lua, -2, key);
+        };
+        set_string("map", settings.mapName);
+        if (!settings.gameDir.empty())
+            set_string("gameDir", settings.gameDir.string());
+        set_string("codePage", settings.utf8CodePage ? "utf8" : "ascii");
+        if (settings.frameMs) {
+            lua_pushnumber(m_lua, *settings.frameMs);
+            lua_setfield(m_lua, -2, "frameMs");
+        }
+        lua_pushboolean(m_lua, settings.echo);
+        lua_setfield(m_lua, -2, "echo");
         lua_pushlightuserdata(m_lua, this);
         lua_pushcclosure(m_lua, &TrackerHost::pose_callback, 1);
         lua_setfield(m_lua, -2, "pose");
-        lua_pushboolean(m_lua, echo);
-        lua_setfield(m_lua, -2, "echo");
         if (lua_pcall(m_lua, 1, 1, 0) != LUA_OK)
             throw pop_error(m_lua, "cannot start the host stand-in");
         m_host = luaL_ref(m_lua, LUA_REGISTRYINDEX);

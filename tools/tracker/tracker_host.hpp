@@ -1,8 +1,8 @@
 #pragma once
 // Runs the pose tracker script in an embedded Lua 5.4 through the stand-in of the host's Lua side
 // (host_standin.lua), with the pawn's pose supplied by the caller: the simulator's tracker mode and the
-// tests that check what the mod reads from the tracker's file. The script writes relative to the
-// process's working directory, as in the game. Not thread-safe: one thread drives an instance.
+// tests that check what the mod reads from the tracker's file. Not thread-safe: one thread drives an
+// instance.
 
 #include <cstdint>
 #include <filesystem>
@@ -22,15 +22,25 @@ struct TrackedPose {
 // The local pawn's pose at this moment; nothing while there is no pawn.
 using PoseSource = std::function<std::optional<TrackedPose>()>;
 
+// The current host the script runs in, whose working directory is the process's (host_standin.lua
+// describes each setting).
+struct HostSettings {
+    std::string mapName = "Map_A";
+    std::filesystem::path gameDir; // the game executable's folder; empty: none known
+    bool utf8CodePage = false;     // else the ANSI code page spells ASCII only
+    std::optional<double> frameMs; // the game thread's turns; none: the host's default
+    bool echo = false;             // console lines also to standard output
+};
+
 // The stand-in and the tracker script of this source tree.
 auto standin_script() -> std::filesystem::path;
 auto tracker_script() -> std::filesystem::path;
 
 class TrackerHost {
 public:
-    // Loads the stand-in over a world on `mapName`, installs its globals and runs `script`. With `echo`,
-    // the script's console lines go to standard output. Throws std::runtime_error with Lua's message.
-    TrackerHost(const std::filesystem::path& script, std::string mapName, PoseSource pose, bool echo = false);
+    // Loads the stand-in, installs its globals and runs `script`. Throws std::runtime_error with Lua's
+    // message.
+    TrackerHost(const std::filesystem::path& script, const HostSettings& settings, PoseSource pose);
     ~TrackerHost();
     TrackerHost(const TrackerHost&) = delete;
     auto operator=(const TrackerHost&) -> TrackerHost& = delete;
