@@ -1,7 +1,8 @@
 #pragma once
 // Liveness of the proxy. proxyActor is a plain reference, and the engine may destroy the actor on its
-// own (its world torn down, a map change); proxyActorHandle follows the same actor as a weak reference,
-// so a vanished proxy is noticed before the reference is used. Game thread only.
+// own (its world torn down, a map change) and later free it, so the reference is never used before the
+// engine confirms the actor: through the weak reference proxyActorHandle when the engine gave the actor
+// a serial number, otherwise through the actor's slot in the object array. Game thread only.
 
 #include "Unreal/AActor.hpp"
 #include "Unreal/FWeakObjectPtr.hpp"

@@ -2,6 +2,7 @@
 
 #include "Unreal/UnrealVersion.hpp"
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <cstdlib>
@@ -74,7 +75,13 @@ auto Engine::instance() -> Engine& {
 auto Engine::reset() -> void {
     std::lock_guard lock(m_mutex);
     m_objects.clear();
+    m_items.clear();
+    m_slotOfItem.clear();
     m_indexOf.clear();
+    m_freeSlots.clear();
+    m_serialOnSpawn = false;
+    m_nextSerial = 1;
+    m_spawnCount = 0;
     for (auto& fault : m_faults)
         fault = Fault{};
     for (auto& count : m_calls)
@@ -94,19 +101,40 @@ auto Engine::set_version(int32_t major, int32_t minor) -> void {
     RC::Unreal::Version::Minor = minor;
 }
 
+namespace {
+
+// An object with the memory of an engine object of its kind, so that, as in the engine, a freed object's
+// memory goes back to objects of a similar size, not to any object at all.
+template <typename T>
+struct Sized : T {
+    static constexpr std::size_t kBytes = std::is_same_v<T, UWorld>   ? 2048
+                                          : std::is_same_v<T, AActor> ? 1024
+                                          : std::is_same_v<T, UClass> ? 512
+                                                                      : 256;
+    unsigned char body[kBytes]{};
+};
+
+} // namespace
+
 template <typename T>
 auto Engine::make_object(std::wstring name, std::wstring path, UClass* cls) -> T* {
-    auto object = std::make_shared<T>();
+    auto object = std::make_shared<Sized<T>>();
     T* raw = object.get();
     Record entry;
     entry.object = std::move(object);
     entry.name = std::move(name);
     entry.path = std::move(path);
     entry.cls = cls;
-    entry.serial = m_nextSerial++;
     entry.isActor = std::is_base_of_v<AActor, T>;
-    m_indexOf.emplace(raw, m_objects.size());
-    m_objects.push_back(std::move(entry));
+    std::size_t slot = m_objects.size();
+    if (m_freeSlots.empty()) {
+        m_objects.push_back(std::move(entry));
+    } else {
+        slot = m_freeSlots.back();
+        m_freeSlots.pop_back();
+        m_objects[slot] = std::move(entry);
+    }
+    m_indexOf.emplace(raw, slot);
     return raw;
 }
 
@@ -118,9 +146,22 @@ auto Engine::record(const UObject* object) const -> const Record& {
     return m_objects[m_indexOf.at(object)];
 }
 
-auto Engine::add_class(std::wstring shortName, std::wstring path) -> UClass* {
+auto Engine::add_class(std::wstring shortName, std::wstring path, std::vector<std::wstring> parents)
+    -> UClass* {
     std::lock_guard lock(m_mutex);
-    return make_object<UClass>(std::move(shortName), std::move(path), nullptr);
+    auto* cls = make_object<UClass>(std::move(shortName), std::move(path), nullptr);
+    record(cls).parents = std::move(parents);
+    return cls;
+}
+
+auto Engine::add_default_object(UClass* cls) -> UObject* {
+    std::lock_guard lock(m_mutex);
+    const Record& clsEntry = record(cls);
+    auto* object = make_object<UObject>(
+        L"Default__" + clsEntry.name,
+        clsEntry.path.substr(0, clsEntry.path.rfind(L'.') + 1) + L"Default__" + clsEntry.name, cls);
+    record(object).isDefault = true;
+    return object;
 }
 
 auto Engine::add_world(std::wstring name) -> UWorld* {
@@ -144,8 +185,12 @@ auto Engine::populate_game_world(const Pose& pawnPose, std::wstring mapName) -> 
     GameWorld game;
     game.world = add_world(std::move(mapName));
     game.controllerClass =
-        add_class(kControllerClass, L"/Game/Blueprints/BP_PlayerController.BP_PlayerController_C");
-    game.characterClass = add_class(kCharacterClass, kCharacterClassPath);
+        add_class(kControllerClass, L"/Game/Blueprints/BP_PlayerController.BP_PlayerController_C",
+                  {L"PlayerController", L"Controller", L"Actor"});
+    game.characterClass = add_class(kCharacterClass, kCharacterClassPath, {L"Character", L"Pawn", L"Actor"});
+    // Default objects come before any instance in the object array; lookups by class skip them.
+    add_default_object(game.controllerClass);
+    add_default_object(game.characterClass);
     game.controller = add_actor(game.world, game.controllerClass, L"BP_PlayerController_C_0", Pose{});
     game.pawn = add_actor(game.world, game.characterClass, L"BP_PlayerCharacter_C_0", pawnPose);
     return game;
@@ -154,6 +199,8 @@ auto Engine::populate_game_world(const Pose& pawnPose, std::wstring mapName) -> 
 auto Engine::change_map(const GameWorld& old, std::wstring mapName) -> GameWorld {
     const Pose pawnPose = inspect(old.pawn).pose;
     tear_down_world(old.world);
+    // Loading a map collects the old world's objects before the new one's are made.
+    collect_garbage();
     GameWorld game = old;
     game.world = add_world(std::move(mapName));
     game.controller = add_actor(game.world, game.controllerClass, L"BP_PlayerController_C_0", Pose{});
@@ -164,7 +211,7 @@ auto Engine::change_map(const GameWorld& old, std::wstring mapName) -> GameWorld
 auto Engine::tear_down_world(UWorld* world) -> void {
     std::lock_guard lock(m_mutex);
     for (auto& entry : m_objects)
-        if (entry.isActor && entry.world == world)
+        if (entry.object && ((entry.isActor && entry.world == world) || entry.object.get() == world))
             entry.alive = false;
 }
 
@@ -196,6 +243,12 @@ auto Engine::calls(Op op) const -> uint64_t {
 
 auto Engine::inspect(const AActor* actor) const -> ActorState {
     std::lock_guard lock(m_mutex);
+    if (!m_indexOf.contains(actor))
+        return ActorState{}; // collected
+    return inspect_locked(actor);
+}
+
+auto Engine::inspect_locked(const AActor* actor) const -> ActorState {
     const Record& entry = record(actor);
     ActorState state;
     state.name = entry.name;
@@ -215,8 +268,18 @@ auto Engine::actors() const -> std::vector<AActor*> {
     std::lock_guard lock(m_mutex);
     std::vector<AActor*> out;
     for (auto& entry : m_objects)
-        if (entry.isActor)
+        if (entry.object && entry.isActor)
             out.push_back(static_cast<AActor*>(entry.object.get()));
+    return out;
+}
+
+auto Engine::actor_states() const -> std::vector<std::pair<AActor*, ActorState>> {
+    std::vector<std::pair<AActor*, ActorState>> out;
+    for (AActor* actor : actors()) {
+        std::lock_guard lock(m_mutex);
+        if (m_indexOf.contains(actor))
+            out.emplace_back(actor, inspect_locked(actor));
+    }
     return out;
 }
 
@@ -224,7 +287,7 @@ auto Engine::spawned_actors() const -> std::vector<AActor*> {
     std::lock_guard lock(m_mutex);
     std::vector<AActor*> out;
     for (auto& entry : m_objects)
-        if (entry.isActor && entry.spawned)
+        if (entry.object && entry.isActor && entry.spawned)
             out.push_back(static_cast<AActor*>(entry.object.get()));
     return out;
 }
@@ -298,10 +361,20 @@ auto Engine::find_first_of(std::wstring_view className) -> UObject* {
     if (enter(op, "FindFirstOf(" + narrow(className) + ")") != FaultMode::None)
         return nullptr;
     std::lock_guard lock(m_mutex);
-    for (auto& entry : m_objects)
-        if (entry.isActor && entry.alive && entry.cls && record(entry.cls).name == className)
+    // As the host: the first object of exactly the class wins; without one, the last object that
+    // matched through a parent class. Objects pending kill are not skipped.
+    UObject* found = nullptr;
+    for (auto& entry : m_objects) {
+        if (!entry.object || !entry.cls || entry.isDefault)
+            continue;
+        const Record& cls = record(entry.cls);
+        if (cls.name == className)
             return entry.object.get();
-    return nullptr;
+        for (const std::wstring& parent : cls.parents)
+            if (parent == className)
+                found = entry.object.get();
+    }
+    return found;
 }
 
 auto Engine::find_object(std::wstring_view path) -> UObject* {
@@ -309,7 +382,7 @@ auto Engine::find_object(std::wstring_view path) -> UObject* {
         return nullptr;
     std::lock_guard lock(m_mutex);
     for (auto& entry : m_objects)
-        if (entry.path == path)
+        if (entry.object && entry.path == path)
             return entry.object.get();
     return nullptr;
 }
@@ -332,18 +405,21 @@ auto Engine::spawn(UWorld* world, UClass* cls, const RC::Unreal::FVector* locati
     }
     if (rotation)
         pose.pitch = rotation->GetPitch(), pose.yaw = rotation->GetYaw(), pose.roll = rotation->GetRoll();
-    uint64_t serial;
+    uint64_t number;
     std::wstring className = L"Actor";
     {
         std::lock_guard lock(m_mutex);
-        serial = static_cast<uint64_t>(m_nextSerial);
+        number = ++m_spawnCount;
         if (cls)
             className = record(cls).name;
     }
-    AActor* actor = add_actor(world, cls, className + L"_" + std::to_wstring(2147480000 + serial), pose);
+    AActor* actor = add_actor(world, cls, className + L"_" + std::to_wstring(2147480000 + number), pose);
     {
         std::lock_guard lock(m_mutex);
-        record(actor).spawned = true;
+        Record& entry = record(actor);
+        entry.spawned = true;
+        if (m_serialOnSpawn)
+            entry.serial = m_nextSerial++;
     }
     // The new actor's construction and BeginPlay events run through ProcessEvent before SpawnActor returns.
     process_event(actor);
@@ -411,15 +487,89 @@ auto Engine::resolve_weak(int32_t index, int32_t serial) const -> UObject* {
     std::lock_guard lock(m_mutex);
     if (index < 0 || static_cast<std::size_t>(index) >= m_objects.size())
         return nullptr;
+    // As the host's FWeakObjectPtr::Get: nothing without a serial number, nothing once the slot's number
+    // differs, nothing while the object is pending kill.
     const Record& entry = m_objects[static_cast<std::size_t>(index)];
-    if (entry.serial != serial || (entry.isActor && !entry.alive))
+    if (serial == 0 || !entry.object || entry.serial != serial || !entry.alive)
         return nullptr;
     return entry.object.get();
+}
+
+auto Engine::allocate_serial_number(const UObject* object) -> int32_t {
+    std::lock_guard lock(m_mutex);
+    Record& entry = record(object);
+    if (entry.serial == 0)
+        entry.serial = m_nextSerial++;
+    return entry.serial;
+}
+
+auto Engine::set_serial_numbers_on_spawn(bool allocate) -> void {
+    std::lock_guard lock(m_mutex);
+    m_serialOnSpawn = allocate;
+}
+
+auto Engine::collect_garbage() -> std::size_t {
+    std::vector<std::shared_ptr<UObject>> freed;
+    {
+        std::lock_guard lock(m_mutex);
+        for (std::size_t slot = 0; slot < m_objects.size(); ++slot) {
+            Record& entry = m_objects[slot];
+            if (!entry.object || entry.alive)
+                continue;
+            m_indexOf.erase(entry.object.get());
+            freed.push_back(std::move(entry.object));
+            entry = Record{};
+            m_freeSlots.push_back(slot);
+        }
+    }
+    return freed.size(); // the objects' memory goes here, outside the lock
+}
+
+auto Engine::is_collected(const UObject* object) const -> bool {
+    std::lock_guard lock(m_mutex);
+    return m_indexOf.find(object) == m_indexOf.end();
+}
+
+auto Engine::for_each_in_range(int32_t start, int32_t end,
+                               const std::function<RC::LoopAction(UObject*, int32_t, int32_t)>& callable)
+    -> void {
+    for (int32_t slot = std::max(start, 0); slot < end; ++slot) {
+        UObject* object = nullptr;
+        {
+            std::lock_guard lock(m_mutex);
+            if (static_cast<std::size_t>(slot) >= m_objects.size())
+                return;
+            object = m_objects[static_cast<std::size_t>(slot)].object.get();
+        }
+        if (object && callable(object, slot, 0) == RC::LoopAction::Break)
+            return;
+    }
 }
 
 auto Engine::index_of(const UObject* object) const -> int32_t {
     std::lock_guard lock(m_mutex);
     return static_cast<int32_t>(m_indexOf.at(object));
+}
+
+auto Engine::item_of(const UObject* object) -> RC::Unreal::FUObjectItem* {
+    std::lock_guard lock(m_mutex);
+    const std::size_t slot = m_indexOf.at(object);
+    if (m_items.size() <= slot)
+        m_items.resize(slot + 1);
+    if (!m_items[slot]) {
+        m_items[slot] = std::make_unique<RC::Unreal::FUObjectItem>();
+        m_slotOfItem.emplace(m_items[slot].get(), slot);
+    }
+    return m_items[slot].get();
+}
+
+auto Engine::object_in(const RC::Unreal::FUObjectItem* item, bool evenIfPendingKill) const -> UObject* {
+    std::lock_guard lock(m_mutex);
+    const auto found = m_slotOfItem.find(item);
+    if (found == m_slotOfItem.end())
+        return nullptr;
+    const Record& entry = m_objects[found->second];
+    return entry.object && (entry.alive || evenIfPendingKill) ? entry.object.get() : nullptr;
 }
 
 auto Engine::serial_of(const UObject* object) const -> int32_t {

@@ -3,15 +3,18 @@
 // simulator populates, inspects and makes fail on purpose. The mod never includes this header; it
 // reaches the engine only through the RC::Unreal API.
 
+#include "Constructs/Loop.hpp"
 #include "Unreal/AActor.hpp"
 #include "Unreal/Hooks.hpp"
 #include "Unreal/UClass.hpp"
 #include "Unreal/UFunction.hpp"
 #include "Unreal/UObject.hpp"
+#include "Unreal/UObjectArray.hpp"
 #include "Unreal/World.hpp"
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -103,26 +106,46 @@ public:
     auto reset() -> void;
     auto set_version(int32_t major, int32_t minor) -> void;
 
-    auto add_class(std::wstring shortName, std::wstring path) -> UClass*;
+    // A class whose parents, nearest first, have the short names in `parents`.
+    auto add_class(std::wstring shortName, std::wstring path, std::vector<std::wstring> parents = {})
+        -> UClass*;
+    // The class's default object ("Default__<class>"), which lookups by class never return.
+    auto add_default_object(UClass* cls) -> UObject*;
     auto add_world(std::wstring name) -> UWorld*;
     auto add_actor(UWorld* world, UClass* cls, std::wstring name, const Pose& pose) -> AActor*;
     // A world "Map_A" with the player controller, the local pawn at `pawnPose` and both classes.
     auto populate_game_world(const Pose& pawnPose, std::wstring mapName = L"Map_A") -> GameWorld;
     // A map change: the old world and every actor in it are torn down, and a new world gets a new
     // controller and a new local pawn at the old pawn's pose. The classes stay.
+    // The old world is collected at once (pointers into it dangle afterwards).
     auto change_map(const GameWorld& old, std::wstring mapName) -> GameWorld;
 
-    // Engine-side events the mod does not cause.
+    // Engine-side events the mod does not cause. A destroyed actor (and a torn-down world with its
+    // actors) stays in its slot, pending kill, until collect_garbage frees it.
     auto tear_down_world(UWorld* world) -> void;
     auto destroy_actor(AActor* actor) -> void;
     auto move_actor(AActor* actor, const Pose& pose) -> void;
+
+    // Object slots and serial numbers as the engine keeps them. A slot's serial number is 0 until
+    // something of the engine's own weak-references the object; the host's FWeakObjectPtr copies it and
+    // never allocates one. collect_garbage frees every object pending kill: its slot is emptied, its
+    // serial number cleared, its memory released, and the slot goes to the next new object.
+    auto allocate_serial_number(const UObject* object) -> int32_t;
+    // Whether each spawned actor gets a serial number when it spawns (default: no).
+    auto set_serial_numbers_on_spawn(bool allocate) -> void;
+    auto collect_garbage() -> std::size_t;
+    // Whether the object still occupies its slot (not yet collected). Safe on a freed object's address.
+    auto is_collected(const UObject* object) const -> bool;
 
     auto set_fault(Op op, Fault fault) -> void;
     auto clear_faults() -> void;
     auto calls(Op op) const -> uint64_t;
 
+    // A collected actor reads as not alive, with nothing else known.
     auto inspect(const AActor* actor) const -> ActorState;
     auto actors() const -> std::vector<AActor*>;
+    // Every actor not yet collected with its state, taken at one moment.
+    auto actor_states() const -> std::vector<std::pair<AActor*, ActorState>>;
     auto spawned_actors() const -> std::vector<AActor*>;
     // One entry per engine call the mod made, e.g. "SetActorHiddenInGame(0)". A long-running simulator
     // turns it off, so its memory does not grow with every call; reset() turns it on again.
@@ -144,6 +167,8 @@ public:
     // Used by the RC::Unreal implementation.
     auto register_pre_callback(const RC::Unreal::Hook::ProcessEventCallback& callback) -> void;
     auto find_first_of(std::wstring_view className) -> UObject*;
+    auto for_each_in_range(int32_t start, int32_t end,
+                           const std::function<RC::LoopAction(UObject*, int32_t, int32_t)>& callable) -> void;
     auto find_object(std::wstring_view path) -> UObject*;
     auto world_of(const AActor* actor) -> UWorld*;
     auto spawn(UWorld* world, UClass* cls, const RC::Unreal::FVector* location,
@@ -154,18 +179,22 @@ public:
     auto destroy(AActor* actor) -> void;
     auto full_name(const UObject* object) -> std::wstring;
     auto index_of(const UObject* object) const -> int32_t;
+    auto item_of(const UObject* object) -> RC::Unreal::FUObjectItem*;
+    auto object_in(const RC::Unreal::FUObjectItem* item, bool evenIfPendingKill) const -> UObject*;
     auto serial_of(const UObject* object) const -> int32_t;
     auto resolve_weak(int32_t index, int32_t serial) const -> UObject*;
 
 private:
     // What the engine knows of one object; the object itself carries no data.
     struct Record {
-        std::shared_ptr<UObject> object;
+        std::shared_ptr<UObject> object; // null once collected: the slot is free
         std::wstring name;
         std::wstring path;
         UClass* cls{};
+        std::vector<std::wstring> parents; // of a class: its parents' short names, nearest first
         int32_t serial{};
         bool isActor{};
+        bool isDefault{};
         UWorld* world{};
         Pose pose;
         bool hidden{}, collision{true}, tick{true}, alive{true}, spawned{};
@@ -181,11 +210,18 @@ private:
     auto enter(Op op, std::string journalEntry) -> FaultMode;
     auto check_thread() const -> void;
     auto full_name_locked(const UObject* object) const -> std::wstring;
+    auto inspect_locked(const AActor* actor) const -> ActorState;
 
     mutable std::mutex m_mutex;
-    std::vector<Record> m_objects; // by index; never freed before reset: pointers stay readable
+    std::vector<Record> m_objects; // by slot index
     std::unordered_map<const UObject*, std::size_t> m_indexOf;
+    std::vector<std::size_t> m_freeSlots; // taken last freed, first
+    // A slot's item stays at one address for the life of the engine, as the engine's chunked array.
+    std::vector<std::unique_ptr<RC::Unreal::FUObjectItem>> m_items;
+    std::unordered_map<const RC::Unreal::FUObjectItem*, std::size_t> m_slotOfItem;
+    bool m_serialOnSpawn{};
     int32_t m_nextSerial{1};
+    uint64_t m_spawnCount{};
     Fault m_faults[kOpCount]{};
     uint64_t m_calls[kOpCount]{};
     std::vector<std::string> m_journal;

@@ -3,6 +3,7 @@
 #include "Engine.hpp"
 
 #include "Unreal/FWeakObjectPtr.hpp"
+#include "Unreal/UObjectArray.hpp"
 #include "Unreal/UObjectGlobals.hpp"
 #include "Unreal/UnrealVersion.hpp"
 
@@ -13,6 +14,18 @@ int32_t Version::Minor = 1;
 
 auto UObject::GetInternalIndex() const -> int32_t {
     return standin::engine().index_of(this);
+}
+
+auto UObject::GetObjectItem() -> FUObjectItem* {
+    return standin::engine().item_of(this);
+}
+
+auto FUObjectItem::GetUObject() const -> UObject* {
+    return standin::engine().object_in(this, true);
+}
+
+auto UObjectArray::IsValid(FUObjectItem* ObjectItem, bool bEvenIfPendingKill) -> bool {
+    return standin::engine().object_in(ObjectItem, bEvenIfPendingKill) != nullptr;
 }
 
 auto UObject::GetFullName(UObject*) const -> std::wstring {
@@ -46,6 +59,12 @@ auto AActor::K2_DestroyActor() -> void {
 
 AActor* UWorld::SpawnActor(UClass* InClass, FVector const* Location, FRotator const* Rotation) {
     return standin::engine().spawn(this, InClass, Location, Rotation);
+}
+
+auto UObjectGlobals::ForEachUObjectInRange(
+    int32_t Start, int32_t End, const std::function<LoopAction(UObject*, int32_t, int32_t)>& Callable)
+    -> void {
+    standin::engine().for_each_in_range(Start, End, Callable);
 }
 
 auto UObjectGlobals::FindFirstOf(const wchar_t* ClassName) -> UObject* {

@@ -75,7 +75,6 @@ TEST_F(ClientBRelocation, NothingMovesForClientAOrWithoutPawnOrUsableLocalState)
         {[] { set_file_age(exchange_dir() / "local_state.tsv", 10); }, false},
         {[] { local_state("1000\t2000\tnot-a-number\t0\tMap_A\n"); }, false},
         {[] { standin::engine().set_fault(Op::Pawn, Fault{FaultMode::Missing}); }, false},
-        {[this] { standin::engine().tear_down_world(game.world); }, false},
     };
     for (std::size_t i = 0; i < std::size(cases); ++i) {
         SCOPED_TRACE(i);

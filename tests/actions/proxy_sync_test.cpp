@@ -216,10 +216,39 @@ TEST_F(ProxySync, ActorThatCannotBeDestroyedAfterAFailedSpawnIsKeptNeverDoubled)
     EXPECT_TRUE(live_actors() == 0 && proxyActor == nullptr && !proxyActive);
 }
 
+// The host's weak reference yields nothing for an actor the engine gave no serial number; the proxy
+// must be followed all the same, with or without one, and its slot given to another object after the
+// engine collected it must not pass for it.
+TEST_F(ProxySync, OneProxyFollowedAndDestroyedWhateverItsSerialNumber) {
+    for (const bool serialOnSpawn : {false, true}) {
+        SCOPED_TRACE(serialOnSpawn);
+        standin::engine().set_serial_numbers_on_spawn(serialOnSpawn);
+        report_remote(10.0f);
+        const uint64_t moves = standin::engine().calls(Op::Move);
+        for (int i = 0; i < 4; ++i)
+            sync_proxy();
+        EXPECT_TRUE(live_actors() == 1 && standin::engine().calls(Op::Move) == moves + 3);
+
+        destroy_proxy("remote-player-stale");
+        EXPECT_TRUE(live_actors() == 0 && proxyActor == nullptr && !proxyActive);
+
+        // Destroyed by the engine, collected, and its slot taken by a new object: a new proxy follows.
+        sync_proxy();
+        standin::engine().destroy_actor(proxyActor);
+        standin::engine().collect_garbage();
+        standin::engine().add_actor(game.world, game.characterClass, L"Other", standin::Pose{});
+        sync_proxy();
+        sync_proxy();
+        EXPECT_EQ(live_actors(), 1u);
+        destroy_proxy("remote-player-stale");
+    }
+}
+
 TEST_F(ProxySync, ProxyOfATornDownWorldIsNeverMovedAgain) {
     report_remote(10.0f);
     sync_proxy();
     standin::engine().tear_down_world(game.world); // takes the controller with it
+    standin::engine().collect_garbage();           // as loading the next map does: the proxy's memory goes
     host.console->clear();
     sync_proxy();
 

@@ -24,6 +24,9 @@ auto walk_pawn(Walker& walker, standin::AActor* pawn, double seconds) -> void {
     standin::engine().move_actor(pawn, pose);
 }
 
+// How often the engine frees destroyed objects, as an engine's default garbage collection does.
+constexpr auto kGarbageCollectionPeriod = std::chrono::seconds(60);
+
 } // namespace
 
 auto run_game_thread(const GameThreadPlan& plan, StopFlag& stop, HookGuard& processEvent) -> uint64_t {
@@ -42,10 +45,15 @@ auto run_game_thread(const GameThreadPlan& plan, StopFlag& stop, HookGuard& proc
         hz > 0 ? std::max<SteadyClock::duration>(to_duration(1 / hz), kShortestWake) : framePeriod;
     const auto maxBacklog = static_cast<uint64_t>(hz * kMaxBacklogSeconds) + 1;
     const auto start = SteadyClock::now();
+    auto lastCollection = start;
     uint64_t calls = 0;
     run_every(wakePeriod, stop, [&] {
         const auto now = SteadyClock::now();
         plan.control->poll(now);
+        if (now - lastCollection >= kGarbageCollectionPeriod) {
+            engine.collect_garbage();
+            lastCollection = now;
+        }
         if (hz > 0) {
             const auto due =
                 static_cast<uint64_t>(std::chrono::duration<double>(now - start).count() * hz) + 1;

@@ -45,8 +45,8 @@ auto percentile(std::vector<double> values, double share) -> std::optional<doubl
 namespace {
 
 auto proxy_x() -> std::optional<double> {
-    for (const auto* actor : standin::engine().spawned_actors())
-        if (const auto state = standin::engine().inspect(actor); state.alive)
+    for (const auto& [actor, state] : standin::engine().actor_states())
+        if (state.spawned && state.alive)
             return state.pose.x;
     return std::nullopt;
 }

@@ -5,8 +5,11 @@
 // collision, tick, alive (flags as 0/1), and the steady clock's time in seconds, which lines up the logs of
 // games running side by side.
 
+#include "standin/Engine.hpp"
+
 #include <cstdio>
 #include <filesystem>
+#include <unordered_map>
 #include <unordered_set>
 
 namespace korvath::sim {
@@ -23,8 +26,12 @@ public:
     auto snapshot(double secondsSinceStart) -> void;
 
 private:
+    auto write_line(double secondsSinceStart, const standin::ActorState& state, double monotonic) -> void;
+
     std::FILE* m_file;
     std::unordered_set<const void*> m_endLogged; // actors whose end is in the log already
+    // Living actors as last logged: one the engine has collected since gets its end line from here.
+    std::unordered_map<const void*, standin::ActorState> m_living;
 };
 
 } // namespace korvath::sim

@@ -8,10 +8,13 @@
 
 namespace RC::Unreal {
 
+struct FUObjectItem;
+
 class UObject {
 public:
-    // The object's slot in the engine's object array.
+    // The object's slot in the engine's object array, and that slot.
     auto GetInternalIndex() const -> int32_t;
+    auto GetObjectItem() -> FUObjectItem*;
     // "<ClassName> <path>"; goes through the engine, so it may fail like any engine call.
     auto GetFullName(UObject* StopOuter = nullptr) const -> std::wstring;
 };

@@ -1,0 +1,10 @@
+#pragma once
+
+namespace RC {
+
+enum class LoopAction {
+    Continue,
+    Break,
+};
+
+} // namespace RC
