@@ -2,44 +2,49 @@
 
 #include "mod/session_state.hpp"
 
-#include "Constructs/Loop.hpp"
 #include "Unreal/UObjectArray.hpp"
-#include "Unreal/UObjectGlobals.hpp"
 
-#include <cstdint>
+#include <atomic>
 
 namespace korvath {
-
-RC::Unreal::FWeakObjectPtr proxyActorHandle;
 
 namespace {
 
 bool proxyLeftover = false;
-// The host's weak reference copies the slot's serial number without allocating one, and the engine
-// allocates one only when something of its own weak-references the actor: a new actor may have none,
-// and then the weak reference never yields it.
-bool proxyHandleHasSerial = false;
-int32_t proxyActorIndex = -1;
 
-// Whether the object array's slot still holds this very actor, neither collected nor being destroyed.
-// The actor is dereferenced only once its slot shows it is still allocated.
-auto slot_holds(RC::Unreal::AActor* actor, int32_t index) -> bool {
-    RC::Unreal::UObject* inSlot = nullptr;
-    RC::Unreal::UObjectGlobals::ForEachUObjectInRange(
-        index, index + 1, [&inSlot](RC::Unreal::UObject* object, int32_t, int32_t) {
-            inSlot = object;
-            return RC::LoopAction::Break;
-        });
-    return inSlot == actor && RC::Unreal::UObjectArray::IsValid(actor->GetObjectItem(), false);
-}
+// The engine tells every delete listener of each object its garbage collection frees, before the
+// object's memory or its slot in the object array go to a new object. So a proxy that the engine freed is
+// known as such even when a new object has taken both its address and its slot, which no look at the
+// object array could tell apart. (The host's weak reference cannot either: it yields nothing for an
+// actor the engine gave no serial number, and the host never allocates one.) Listeners may be called off
+// the game thread, hence the atomics.
+class ProxyDeleteListener final : public RC::Unreal::FUObjectDeleteListener {
+public:
+    void NotifyUObjectDeleted(const RC::Unreal::UObjectBase* object, int32_t) override {
+        if (object != nullptr && object == watched.load(std::memory_order_acquire))
+            freed.store(true, std::memory_order_release);
+    }
+    void OnUObjectArrayShutdown() override {}
+
+    std::atomic<const RC::Unreal::UObjectBase*> watched{nullptr};
+    std::atomic<bool> freed{false};
+};
+
+// Registered once and never removed: it lives as long as the library, which stays loaded for the rest
+// of the process once the ProcessEvent callback is registered.
+ProxyDeleteListener proxyDeleteListener;
+bool proxyDeleteListenerAdded = false;
 
 } // namespace
 
 auto set_proxy_actor(RC::Unreal::AActor* actor) -> void {
+    if (actor != nullptr && !proxyDeleteListenerAdded) {
+        RC::Unreal::UObjectArray::AddUObjectDeleteListener(&proxyDeleteListener);
+        proxyDeleteListenerAdded = true;
+    }
+    proxyDeleteListener.freed.store(false, std::memory_order_release);
+    proxyDeleteListener.watched.store(actor, std::memory_order_release);
     proxyActor = actor;
-    proxyActorHandle = actor;
-    proxyActorIndex = actor != nullptr ? actor->GetInternalIndex() : -1;
-    proxyHandleHasSerial = actor != nullptr && proxyActorHandle.Get() == actor;
     proxyLeftover = false;
 }
 
@@ -57,11 +62,10 @@ auto note_vanished_proxy() -> void {
 }
 
 auto live_proxy_actor() -> RC::Unreal::AActor* {
-    if (proxyActor == nullptr)
+    if (proxyActor == nullptr || proxyDeleteListener.freed.load(std::memory_order_acquire))
         return nullptr;
-    if (proxyHandleHasSerial)
-        return proxyActorHandle.Get() == proxyActor ? proxyActor : nullptr;
-    return slot_holds(proxyActor, proxyActorIndex) ? proxyActor : nullptr;
+    // Not freed, so its memory is still its own: ask whether it is being destroyed.
+    return RC::Unreal::UObjectArray::IsValid(proxyActor->GetObjectItem(), false) ? proxyActor : nullptr;
 }
 
 } // namespace korvath

@@ -1,17 +1,14 @@
 #pragma once
 // Liveness of the proxy. proxyActor is a plain reference, and the engine may destroy the actor on its
 // own (its world torn down, a map change) and later free it, so the reference is never used before the
-// engine confirms the actor: through the weak reference proxyActorHandle when the engine gave the actor
-// a serial number, otherwise through the actor's slot in the object array. Game thread only.
+// engine confirms the actor: not freed (the engine's delete notification) and not being destroyed (its
+// slot's validity). Game thread only.
 
 #include "Unreal/AActor.hpp"
-#include "Unreal/FWeakObjectPtr.hpp"
 
 namespace korvath {
 
-extern RC::Unreal::FWeakObjectPtr proxyActorHandle;
-
-// Points proxyActor and proxyActorHandle at `actor`; null clears both. Either way the actor is no leftover.
+// Points proxyActor at `actor` and watches it; null clears it. Either way the actor is no leftover.
 auto set_proxy_actor(RC::Unreal::AActor* actor) -> void;
 
 // A leftover is the actor of a failed spawn that the engine refused to destroy: still referenced, never

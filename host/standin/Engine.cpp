@@ -2,7 +2,6 @@
 
 #include "Unreal/UnrealVersion.hpp"
 
-#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <cstdlib>
@@ -264,22 +263,14 @@ auto Engine::inspect_locked(const AActor* actor) const -> ActorState {
     return state;
 }
 
-auto Engine::actors() const -> std::vector<AActor*> {
-    std::lock_guard lock(m_mutex);
-    std::vector<AActor*> out;
-    for (auto& entry : m_objects)
-        if (entry.object && entry.isActor)
-            out.push_back(static_cast<AActor*>(entry.object.get()));
-    return out;
-}
-
 auto Engine::actor_states() const -> std::vector<std::pair<AActor*, ActorState>> {
+    std::lock_guard lock(m_mutex);
     std::vector<std::pair<AActor*, ActorState>> out;
-    for (AActor* actor : actors()) {
-        std::lock_guard lock(m_mutex);
-        if (m_indexOf.contains(actor))
+    for (auto& entry : m_objects)
+        if (entry.object && entry.isActor) {
+            auto* actor = static_cast<AActor*>(entry.object.get());
             out.emplace_back(actor, inspect_locked(actor));
-    }
+        }
     return out;
 }
 
@@ -495,21 +486,14 @@ auto Engine::resolve_weak(int32_t index, int32_t serial) const -> UObject* {
     return entry.object.get();
 }
 
-auto Engine::allocate_serial_number(const UObject* object) -> int32_t {
-    std::lock_guard lock(m_mutex);
-    Record& entry = record(object);
-    if (entry.serial == 0)
-        entry.serial = m_nextSerial++;
-    return entry.serial;
-}
-
 auto Engine::set_serial_numbers_on_spawn(bool allocate) -> void {
     std::lock_guard lock(m_mutex);
     m_serialOnSpawn = allocate;
 }
 
 auto Engine::collect_garbage() -> std::size_t {
-    std::vector<std::shared_ptr<UObject>> freed;
+    std::vector<std::pair<std::shared_ptr<UObject>, std::size_t>> freed;
+    std::vector<RC::Unreal::FUObjectDeleteListener*> listeners;
     {
         std::lock_guard lock(m_mutex);
         for (std::size_t slot = 0; slot < m_objects.size(); ++slot) {
@@ -517,33 +501,24 @@ auto Engine::collect_garbage() -> std::size_t {
             if (!entry.object || entry.alive)
                 continue;
             m_indexOf.erase(entry.object.get());
-            freed.push_back(std::move(entry.object));
+            freed.emplace_back(std::move(entry.object), slot);
             entry = Record{};
-            m_freeSlots.push_back(slot);
         }
+        listeners = m_deleteListeners;
     }
-    return freed.size(); // the objects' memory goes here, outside the lock
-}
-
-auto Engine::is_collected(const UObject* object) const -> bool {
+    // The listeners hear of each object while its memory and its slot are still its own.
+    for (const auto& [object, slot] : freed)
+        for (auto* listener : listeners)
+            listener->NotifyUObjectDeleted(object.get(), static_cast<int32_t>(slot));
     std::lock_guard lock(m_mutex);
-    return m_indexOf.find(object) == m_indexOf.end();
+    for (const auto& [object, slot] : freed)
+        m_freeSlots.push_back(slot);
+    return freed.size(); // the objects' memory goes here
 }
 
-auto Engine::for_each_in_range(int32_t start, int32_t end,
-                               const std::function<RC::LoopAction(UObject*, int32_t, int32_t)>& callable)
-    -> void {
-    for (int32_t slot = std::max(start, 0); slot < end; ++slot) {
-        UObject* object = nullptr;
-        {
-            std::lock_guard lock(m_mutex);
-            if (static_cast<std::size_t>(slot) >= m_objects.size())
-                return;
-            object = m_objects[static_cast<std::size_t>(slot)].object.get();
-        }
-        if (object && callable(object, slot, 0) == RC::LoopAction::Break)
-            return;
-    }
+auto Engine::add_delete_listener(RC::Unreal::FUObjectDeleteListener* listener) -> void {
+    std::lock_guard lock(m_mutex);
+    m_deleteListeners.push_back(listener);
 }
 
 auto Engine::index_of(const UObject* object) const -> int32_t {

@@ -3,7 +3,6 @@
 // simulator populates, inspects and makes fail on purpose. The mod never includes this header; it
 // reaches the engine only through the RC::Unreal API.
 
-#include "Constructs/Loop.hpp"
 #include "Unreal/AActor.hpp"
 #include "Unreal/Hooks.hpp"
 #include "Unreal/UClass.hpp"
@@ -14,7 +13,6 @@
 
 #include <atomic>
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -128,14 +126,14 @@ public:
 
     // Object slots and serial numbers as the engine keeps them. A slot's serial number is 0 until
     // something of the engine's own weak-references the object; the host's FWeakObjectPtr copies it and
-    // never allocates one. collect_garbage frees every object pending kill: its slot is emptied, its
-    // serial number cleared, its memory released, and the slot goes to the next new object.
-    auto allocate_serial_number(const UObject* object) -> int32_t;
-    // Whether each spawned actor gets a serial number when it spawns (default: no).
+    // never allocates one. Here a spawned actor gets one at its spawn when this is set (default: no).
     auto set_serial_numbers_on_spawn(bool allocate) -> void;
+    // Frees every object pending kill: the delete listeners are told, then its slot is emptied, its
+    // serial number cleared, its memory released, and the slot goes to the next new object. Returns how
+    // many were freed.
     auto collect_garbage() -> std::size_t;
-    // Whether the object still occupies its slot (not yet collected). Safe on a freed object's address.
-    auto is_collected(const UObject* object) const -> bool;
+    // Listeners stay for the life of the process, as in the engine (reset keeps them).
+    auto add_delete_listener(RC::Unreal::FUObjectDeleteListener* listener) -> void;
 
     auto set_fault(Op op, Fault fault) -> void;
     auto clear_faults() -> void;
@@ -143,7 +141,6 @@ public:
 
     // A collected actor reads as not alive, with nothing else known.
     auto inspect(const AActor* actor) const -> ActorState;
-    auto actors() const -> std::vector<AActor*>;
     // Every actor not yet collected with its state, taken at one moment.
     auto actor_states() const -> std::vector<std::pair<AActor*, ActorState>>;
     auto spawned_actors() const -> std::vector<AActor*>;
@@ -167,8 +164,6 @@ public:
     // Used by the RC::Unreal implementation.
     auto register_pre_callback(const RC::Unreal::Hook::ProcessEventCallback& callback) -> void;
     auto find_first_of(std::wstring_view className) -> UObject*;
-    auto for_each_in_range(int32_t start, int32_t end,
-                           const std::function<RC::LoopAction(UObject*, int32_t, int32_t)>& callable) -> void;
     auto find_object(std::wstring_view path) -> UObject*;
     auto world_of(const AActor* actor) -> UWorld*;
     auto spawn(UWorld* world, UClass* cls, const RC::Unreal::FVector* location,
@@ -219,6 +214,7 @@ private:
     // A slot's item stays at one address for the life of the engine, as the engine's chunked array.
     std::vector<std::unique_ptr<RC::Unreal::FUObjectItem>> m_items;
     std::unordered_map<const RC::Unreal::FUObjectItem*, std::size_t> m_slotOfItem;
+    std::vector<RC::Unreal::FUObjectDeleteListener*> m_deleteListeners;
     bool m_serialOnSpawn{};
     int32_t m_nextSerial{1};
     uint64_t m_spawnCount{};

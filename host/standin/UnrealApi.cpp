@@ -12,12 +12,12 @@ namespace RC::Unreal {
 int32_t Version::Major = 5;
 int32_t Version::Minor = 1;
 
-auto UObject::GetInternalIndex() const -> int32_t {
-    return standin::engine().index_of(this);
+auto UObjectBase::GetInternalIndex() const -> int32_t {
+    return standin::engine().index_of(static_cast<const UObject*>(this));
 }
 
-auto UObject::GetObjectItem() -> FUObjectItem* {
-    return standin::engine().item_of(this);
+auto UObjectBase::GetObjectItem() -> FUObjectItem* {
+    return standin::engine().item_of(static_cast<const UObject*>(this));
 }
 
 auto FUObjectItem::GetUObject() const -> UObject* {
@@ -26,6 +26,10 @@ auto FUObjectItem::GetUObject() const -> UObject* {
 
 auto UObjectArray::IsValid(FUObjectItem* ObjectItem, bool bEvenIfPendingKill) -> bool {
     return standin::engine().object_in(ObjectItem, bEvenIfPendingKill) != nullptr;
+}
+
+void UObjectArray::AddUObjectDeleteListener(FUObjectDeleteListener* Listener) {
+    standin::engine().add_delete_listener(Listener);
 }
 
 auto UObject::GetFullName(UObject*) const -> std::wstring {
@@ -59,12 +63,6 @@ auto AActor::K2_DestroyActor() -> void {
 
 AActor* UWorld::SpawnActor(UClass* InClass, FVector const* Location, FRotator const* Rotation) {
     return standin::engine().spawn(this, InClass, Location, Rotation);
-}
-
-auto UObjectGlobals::ForEachUObjectInRange(
-    int32_t Start, int32_t End, const std::function<LoopAction(UObject*, int32_t, int32_t)>& Callable)
-    -> void {
-    standin::engine().for_each_in_range(Start, End, Callable);
 }
 
 auto UObjectGlobals::FindFirstOf(const wchar_t* ClassName) -> UObject* {

@@ -38,9 +38,8 @@ auto WorldLog::snapshot(double secondsSinceStart) -> void {
             m_endLogged.erase(actor); // a collected actor's address may come back as a new actor's
             m_living[actor] = state;
         } else {
-            if (m_endLogged.contains(actor))
+            if (!m_endLogged.insert(actor).second)
                 continue;
-            m_endLogged.insert(actor);
             m_living.erase(actor);
         }
         write_line(secondsSinceStart, state, monotonic);

@@ -141,12 +141,18 @@ function Standin:current_pawn()
     return self.pawn
 end
 
-function Standin:log(line)
-    table.insert(self.hostLog, line)
+-- Keeps a console line in `lines` (and echoes it when asked).
+function Standin:keep_line(lines, line)
+    table.insert(lines, line)
     if self.echo then
         io.stdout:write(line)
         io.stdout:flush()
     end
+end
+
+-- A message of the host's own.
+function Standin:log(line)
+    self:keep_line(self.hostLog, line)
 end
 
 local function parent(path)
@@ -279,12 +285,7 @@ function Standin:install()
         for i = 1, parts.n do
             parts[i] = tostring(parts[i])
         end
-        local line = table.concat(parts, "\t")
-        table.insert(host.console, line)
-        if host.echo then
-            io.stdout:write(line)
-            io.stdout:flush()
-        end
+        host:keep_line(host.console, table.concat(parts, "\t"))
     end
     -- The C runtime's fopen with a narrow path, read in the ANSI code page; relative to the working directory.
     io.open = function(path, mode)
