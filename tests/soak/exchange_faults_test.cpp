@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
 #include <sys/mount.h>
 #include <unistd.h>
 
@@ -15,6 +16,7 @@
 #include <cstdio>
 #include <cstring>
 #include <fstream>
+#include <string>
 #include <thread>
 
 namespace korvath::test {
@@ -64,6 +66,27 @@ auto temporaries(const SimGame& game) -> std::ptrdiff_t {
         [](const fs::directory_entry& entry) { return entry.path().extension() == ".tmp"; });
 }
 
+// Takes the directory away from under the running game: renamed aside in one step (the game may be writing
+// into it), then removed. With `asFile`, a file takes its place; the game may recreate the directory
+// between the two steps, so this tries again, a bounded number of times.
+auto take_away(const fs::path& exchange, bool asFile) -> bool {
+    for (int attempt = 0; attempt < 100; ++attempt) {
+        const fs::path aside = exchange.parent_path() / ("gone-" + std::to_string(attempt));
+        std::error_code error;
+        fs::rename(exchange, aside, error);
+        fs::remove_all(aside, error);
+        if (!asFile)
+            return !fs::is_directory(aside);
+        const int fd = ::open(exchange.c_str(), O_WRONLY | O_CREAT | O_EXCL, 0644);
+        if (fd >= 0) {
+            const bool written = ::write(fd, "not a directory", 15) == 15;
+            ::close(fd);
+            return written;
+        }
+    }
+    return false;
+}
+
 auto session_with_proxy(SimGame& game) -> bool {
     return wait_until(20s, [&] { return game.has_proxy(); });
 }
@@ -111,8 +134,7 @@ TEST(ExchangeFaults, FileInPlaceOfTheDirectoryAtStartAndMidSession) {
         // At start: no report, no session, but the game runs; the directory appears once the file goes.
         write_file(game / "placeholder", "");
         SimGame sim(game, tool::ClientRole::ClientA, {"--no-local-state"});
-        fs::remove_all(exchange);
-        write_file(exchange, "not a directory");
+        ASSERT_TRUE(take_away(exchange, true));
         std::this_thread::sleep_for(1500ms);
         EXPECT_TRUE(fs::is_regular_file(exchange));
         fs::remove(exchange);
@@ -138,7 +160,7 @@ TEST(ExchangeFaults, DirectoryVanishesMidSessionAndComesBack) {
     const fs::path game = scratch_dir("exchange-vanishes") / "game";
     SimGame sim(game, tool::ClientRole::ClientA);
     ASSERT_TRUE(session_with_proxy(sim));
-    fs::remove_all(sim.exchange());
+    ASSERT_TRUE(take_away(sim.exchange(), false));
     // The next report brings the directory back, without the inputs: the proxy goes as stale.
     EXPECT_TRUE(heartbeat_comes(sim));
     EXPECT_TRUE(wait_until(8s, [&] { return sim.proxies() == 0; }));
