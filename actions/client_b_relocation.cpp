@@ -1,5 +1,6 @@
 #include "actions/client_b_relocation.hpp"
 
+#include "actions/actor_move.hpp"
 #include "actions/client_b_destination.hpp"
 #include "actions/engine_vector.hpp"
 #include "diagnostics/error_report.hpp"
@@ -11,7 +12,6 @@
 #include "mod/session_state.hpp"
 
 #include "Unreal/AActor.hpp"
-#include "Unreal/FHitResult.hpp"
 #include "Unreal/Rotator.hpp"
 #include "Unreal/UObjectGlobals.hpp"
 
@@ -79,8 +79,7 @@ auto relocate_client_b() -> void {
     const RC::Unreal::FRotator rotation(0.0, static_cast<double>(local.yaw), 0.0);
 
     try {
-        RC::Unreal::FHitResult scratch{};
-        if (!pawn->K2_SetActorLocationAndRotation(destination, rotation, false, scratch, true)) {
+        if (!move_actor(pawn, destination, rotation)) {
             relocation_failed("Client B local pawn relocation returned false.");
             return;
         }

@@ -1,5 +1,6 @@
 #include "actions/proxy_sync.hpp"
 
+#include "actions/actor_move.hpp"
 #include "actions/engine_vector.hpp"
 #include "actions/proxy_handle.hpp"
 #include "actions/proxy_smoothing.hpp"
@@ -9,7 +10,6 @@
 #include "host/console.hpp"
 
 #include "Unreal/AActor.hpp"
-#include "Unreal/FHitResult.hpp"
 #include "Unreal/Rotator.hpp"
 #include "Unreal/UClass.hpp"
 #include "Unreal/UObjectGlobals.hpp"
@@ -23,7 +23,6 @@ namespace korvath {
 namespace {
 
 using RC::Unreal::AActor;
-using RC::Unreal::FHitResult;
 using RC::Unreal::FRotator;
 using RC::Unreal::UClass;
 using RC::Unreal::UWorld;
@@ -141,8 +140,7 @@ auto move_proxy(AActor* actor, const RemotePlayerState& snapshot) -> void {
     const FRotator rotation(0.0, static_cast<double>(next.yaw), 0.0);
 
     try {
-        FHitResult scratch{};
-        const bool moved = actor->K2_SetActorLocationAndRotation(location, rotation, false, scratch, true);
+        const bool moved = move_actor(actor, location, rotation);
         lastMoveReturned.exchange(moved);
         if (moved)
             store_applied(next);

@@ -1,5 +1,7 @@
 #include "Engine.hpp"
 
+#include "Reflection.hpp"
+
 #include "Unreal/UnrealVersion.hpp"
 
 #include <array>
@@ -369,6 +371,9 @@ auto Engine::find_first_of(std::wstring_view className) -> UObject* {
 }
 
 auto Engine::find_object(std::wstring_view path) -> UObject* {
+    // The engine's own functions and structs are there from the start and never fail to be found.
+    if (UObject* reflected = find_reflected(path))
+        return reflected;
     if (enter(Op::Class, "FindObject(" + narrow(path) + ")") != FaultMode::None)
         return nullptr;
     std::lock_guard lock(m_mutex);
@@ -417,23 +422,30 @@ auto Engine::spawn(UWorld* world, UClass* cls, const RC::Unreal::FVector* locati
     return actor;
 }
 
-auto Engine::move(AActor* actor, const RC::Unreal::FVector& location, const RC::Unreal::FRotator& rotation)
-    -> bool {
+auto Engine::call_function(UObject* context, UFunction* function, void* parms) -> void {
+    if (function != set_actor_location_and_rotation() || context == nullptr) {
+        process_event(context, function, parms);
+        return;
+    }
+    // K2_SetActorLocationAndRotation, reading its parameter block in the running engine's layout.
+    auto* actor = static_cast<AActor*>(context);
     bool spawned;
     {
         std::lock_guard lock(m_mutex);
         spawned = record(actor).spawned;
     }
+    write_move_result(parms, false);
     if (enter(spawned ? Op::Move : Op::Relocate, "K2_SetActorLocationAndRotation") != FaultMode::None)
-        return false;
-    process_event(actor);
-    const auto v = decode_vector(location);
+        return;
+    process_event(actor, function, parms);
+    const MoveParameters read = read_move_parameters(parms);
     std::lock_guard lock(m_mutex);
     Record& entry = record(actor);
     if (!entry.alive)
-        return false;
-    entry.pose = Pose{v[0], v[1], v[2], rotation.GetPitch(), rotation.GetYaw(), rotation.GetRoll()};
-    return true;
+        return;
+    entry.pose = Pose{read.location[0], read.location[1], read.location[2],
+                      read.rotation[0], read.rotation[1], read.rotation[2]};
+    write_move_result(parms, true);
 }
 
 auto Engine::set_flag(AActor* actor, Op op, bool value) -> void {

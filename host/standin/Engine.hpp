@@ -168,8 +168,8 @@ public:
     auto world_of(const AActor* actor) -> UWorld*;
     auto spawn(UWorld* world, UClass* cls, const RC::Unreal::FVector* location,
                const RC::Unreal::FRotator* rotation) -> AActor*;
-    auto move(AActor* actor, const RC::Unreal::FVector& location, const RC::Unreal::FRotator& rotation)
-        -> bool;
+    // UObject::ProcessEvent: the pre-callbacks, then the function itself when the engine runs it.
+    auto call_function(UObject* context, UFunction* function, void* parms) -> void;
     auto set_flag(AActor* actor, Op op, bool value) -> void;
     auto destroy(AActor* actor) -> void;
     auto full_name(const UObject* object) -> std::wstring;

@@ -94,8 +94,8 @@ TEST_F(ProxySync, LookupExceptionsLeaveTheCallUnreported) {
     EXPECT_TRUE(proxyActive);
 }
 
-// Both vector layouts: the spawn and the move hand the engine the reported floats, widened.
-TEST_F(ProxySync, SpawnAndMoveUseTheRunningEnginesVectorLayout) {
+// Both layouts: the spawn and the move hand the engine the reported floats, widened, and the yaw whole.
+TEST_F(ProxySync, SpawnAndMoveUseTheRunningEnginesLayout) {
     for (const auto& [major, minor] : {std::pair{4, 27}, std::pair{6, 0}}) {
         SCOPED_TRACE(major);
         standin::engine().set_version(major, minor);
@@ -105,8 +105,9 @@ TEST_F(ProxySync, SpawnAndMoveUseTheRunningEnginesVectorLayout) {
         EXPECT_EQ(pose_of(proxyActor).x, static_cast<double>(0.1f));
         report_remote(100.1f);
         sync_proxy();
-        EXPECT_EQ(std::pair(pose_of(proxyActor).x, pose_of(proxyActor).z),
-                  std::pair(static_cast<double>(100.0f * 0.35f + 0.1f), 30.0));
+        const auto p = pose_of(proxyActor);
+        EXPECT_EQ((std::array{p.x, p.z, p.pitch, p.yaw, p.roll}),
+                  (std::array{static_cast<double>(100.0f * 0.35f + 0.1f), 30.0, 0.0, 40.0, 0.0}));
     }
 }
 

@@ -3,16 +3,25 @@
 
 #include "support/test_support.hpp"
 #include "tools/platform/os.hpp"
-#include "tools/session/exchange/local_state_sample.hpp"
+#include "tools/session/demo/child_process.hpp"
+#include "tools/session/exchange/client_controls.hpp"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include <array>
+#include <cmath>
+#include <memory>
+#include <sstream>
+#include <string>
+#include <vector>
 
 namespace korvath::test {
 namespace {
 
 using ::testing::HasSubstr;
 using ::testing::Not;
+using namespace std::chrono_literals;
 
 // The demo with --tracker: both proxies spawn and follow, and stopping a tracker makes the other proxy go
 // stale. Its game folders have no <root>/Game/Binaries layout, so the script writes in the working
@@ -36,21 +45,86 @@ TEST(TrackerSession, BothProxiesSpawnAndFollowAndStoppingATrackerMakesTheOtherPr
     EXPECT_THAT(read_file(dir / "client-a.log"), HasSubstr("korvath-sim: the tracker stops"));
 }
 
-// A game started with its working directory elsewhere (through a launcher): the script writes beside the
-// game's executable, where the mod looks. The folders are ASCII, which every ANSI code page spells.
-TEST(TrackerSession, TheScriptWritesBesideTheExecutableWithTheWorkingDirectoryElsewhere) {
+// The last lines a world log holds for the actors whose full name contains `name`: x, y and yaw each.
+auto last_poses(const fs::path& worldLog, std::string_view name) -> std::vector<std::array<double, 3>> {
+    std::vector<std::array<double, 3>> poses;
+    std::string lastTime;
+    std::istringstream lines(fs::exists(worldLog) ? read_file(worldLog) : "");
+    for (std::string line; std::getline(lines, line);) {
+        std::vector<std::string> fields;
+        std::istringstream cells(line);
+        for (std::string cell; std::getline(cells, cell, '\t');)
+            fields.push_back(cell);
+        if (fields.size() < 11 || fields[1].find(name) == std::string::npos || fields[10] != "1")
+            continue;
+        if (fields[0] != lastTime)
+            poses.clear(), lastTime = fields[0];
+        poses.push_back({std::stod(fields[3]), std::stod(fields[4]), std::stod(fields[6])});
+    }
+    return poses;
+}
+
+// Two games on engine 5.1 started with their working directory elsewhere (through a launcher), each
+// tracker writing beside its game's executable, where the mod looks: both proxies spawn and face the other
+// player's yaw, and CLIENT_B, moved aside, keeps its own. The folders are ASCII, which every ANSI code page
+// spells.
+TEST(TrackerSession, TwoGamesLaunchedElsewhereOnEngine5FollowWithTheReportedYaw) {
     const fs::path root = os::make_temporary_directory("korvath-cwd");
-    const fs::path game = root / "Root" / "Game" / "Binaries" / "Win64", elsewhere = root / "elsewhere";
-    for (const fs::path& folder : {game, root / "Root" / "Game" / "Content", exchange_of(elsewhere)})
-        fs::create_directories(folder);
-    const auto [status, output] = run_tool("korvath-sim", {"--game-dir", game.string(), "--tracker", "--cwd",
-                                                           elsewhere.string(), "--duration", "1.5"});
-    const fs::path file = exchange_of(game) / "local_state.tsv";
-    const auto sample = session_tool::parse_local_state_sample(fs::exists(file) ? read_file(file) : "");
-    EXPECT_EQ(status, 0) << output;
-    EXPECT_THAT(output, HasSubstr("[KorvathTracker] writing " + file.string() + " 20 times a second\n"));
-    EXPECT_TRUE(sample && sample->stamp && sample->stamp->sequence >= 10) << output;
+    const fs::path elsewhere = root / "elsewhere";
+    struct Side {
+        fs::path game, worldLog, log;
+        session_tool::ClientRole role;
+        const char* pawn;
+    };
+    const Side sides[2] = {{root / "A" / "Game" / "Binaries" / "Win64", root / "a.world.tsv", root / "a.log",
+                            session_tool::ClientRole::ClientA, "0,0,100,-120"},
+                           {root / "B" / "Game" / "Binaries" / "Win64", root / "b.world.tsv", root / "b.log",
+                            session_tool::ClientRole::ClientB, "3000,0,100,37"}};
+    std::vector<std::unique_ptr<session_tool::ChildProcess>> games;
+    for (const Side& side : sides) {
+        fs::create_directories(side.game.parent_path().parent_path() / "Content");
+        fs::create_directories(elsewhere);
+        ASSERT_TRUE(session_tool::write_role_file(side.game, side.role));
+        ASSERT_TRUE(session_tool::place_enable_marker(side.game));
+        games.push_back(std::make_unique<session_tool::ChildProcess>(
+            tool_program("korvath-sim"),
+            std::vector<std::string>{"--game-dir", side.game.string(), "--tracker", "--cwd",
+                                     elsewhere.string(), "--engine", "5.1", "--pawn", side.pawn,
+                                     "--world-log", side.worldLog.string(), "--duration", "30"},
+            side.log));
+    }
+    session_tool::ChildProcess relay(
+        tool_program("korvath-session"),
+        {"relay", sides[0].game.string(), sides[1].game.string(), "--duration", "30"}, root / "relay.log");
+    const auto proxy_of = [&](const Side& side) { return last_poses(side.worldLog, "_21474800"); };
+    // CLIENT_B stands 800 units to the left of where it was put, facing 37 degrees.
+    const double turn = 37 * std::acos(-1.0) / 180, bX = 3000 - 800 * std::sin(turn),
+                 bY = 800 * std::cos(turn);
+    const bool following = wait_until(20s, [&] {
+        const auto inA = proxy_of(sides[0]), inB = proxy_of(sides[1]);
+        return inA.size() == 1 && inB.size() == 1 && std::abs(inA[0][0] - bX) < 1 &&
+               std::abs(inA[0][1] - bY) < 1 && std::abs(inB[0][0]) < 1;
+    });
+    EXPECT_TRUE(following) << read_file(sides[0].log) << read_file(sides[1].log);
+    const auto inA = proxy_of(sides[0]), inB = proxy_of(sides[1]);
+    const auto pawnB = last_poses(sides[1].worldLog, "BP_PlayerCharacter_C_0");
+    ASSERT_EQ(inA.size(), 1u);
+    ASSERT_EQ(inB.size(), 1u);
+    ASSERT_EQ(pawnB.size(), 1u);
+    EXPECT_NEAR(inA[0][2], 37, 0.01);   // A's proxy of B
+    EXPECT_NEAR(inB[0][2], -120, 0.01); // B's proxy of A
+    EXPECT_NEAR(pawnB[0][2], 37, 0.01);
+    EXPECT_NEAR(pawnB[0][0], bX, 0.01);
+    EXPECT_NEAR(pawnB[0][1], bY, 0.01);
+    for (const fs::path& game : {sides[0].game, sides[1].game})
+        EXPECT_TRUE(fs::exists(exchange_of(game) / "local_state.tsv"));
     EXPECT_FALSE(fs::exists(exchange_of(elsewhere) / "local_state.tsv"));
+    EXPECT_THAT(read_file(sides[0].log), HasSubstr("[KorvathTracker] writing " +
+                                                   (exchange_of(sides[0].game) / "local_state.tsv").string() +
+                                                   " 20 times a second\n"));
+    relay.terminate(2s);
+    for (auto& game : games)
+        EXPECT_EQ(game->terminate(5s), 0);
     fs::remove_all(root);
 }
 

@@ -9,6 +9,7 @@
 namespace RC::Unreal {
 
 struct FUObjectItem;
+class UFunction;
 
 class UObjectBase {
 public:
@@ -21,6 +22,9 @@ class UObject : public UObjectBase {
 public:
     // "<ClassName> <path>"; goes through the engine, so it may fail like any engine call.
     auto GetFullName(UObject* StopOuter = nullptr) const -> std::wstring;
+    // Calls an engine function on this object with its parameter block, through the engine's
+    // ProcessEvent (so ProcessEvent pre-callbacks run first).
+    void ProcessEvent(UFunction* Function, void* Parms);
 };
 
 } // namespace RC::Unreal
