@@ -57,7 +57,7 @@ local function start_tracker(game, options)
     end
     local host = Standin.new(options)
     host:install()
-    host:run_mod(script)
+    host:run_mod(options.script or script)
     return host, world
 end
 
@@ -173,6 +173,7 @@ test("the_row_goes_beside_the_executable_or_the_console_says_why_not", function(
         -- executable?, console text
         { "ascii", "ascii", {}, "elsewhere", true, "writing %s 20 times" },
         { "ascii-v3.0.1", "ascii", { api = "v3.0.1" }, "elsewhere", true, "writing %s 20 times" },
+        { "ascii-v3.0.1-ue4ss", "ascii", { api = "v3.0.1", ue4ss = true }, "elsewhere", true, "writing %s 20 times" },
         { "other-utf8", kOther, { codePage = "utf8" }, "elsewhere", true, "writing %s 20 times" },
         { "other-in-game", kOther, {}, "game", true, "cannot open %s" },
         { "other-in-game-v3.0.1", kOther, { api = "v3.0.1" }, "game", true, "No mapping for the Unicode" },
@@ -187,6 +188,11 @@ test("the_row_goes_beside_the_executable_or_the_console_says_why_not", function(
             sh("mkdir '" .. elsewhere .. "/KorvathOnline'") -- a writer that goes by the working directory lands here
         end
         options.workingDir = where == "game" and game or elsewhere
+        if options.ue4ss then -- the host and the script where v3.0.1's package puts them
+            local scripts = game .. "/ue4ss/Mods/KorvathTracker/Scripts"
+            sh(string.format("mkdir -p '%s' && cp '%s' '%s/main.lua'", scripts, script, scripts))
+            options.ue4ssDir, options.script = game .. "/ue4ss", scripts .. "/main.lua"
+        end
         options.pose, options.frameMs = { 1, 2, 3, 4 }, 10
         local host = start_tracker(game, options)
         host:advance_to(3000)
@@ -293,8 +299,8 @@ for _, case in ipairs(tests) do
     failed = failed + (ok and 0 or 1)
     io.stdout:write(ok and "[ OK ] " or "[FAIL] ", case[1], ok and "" or ": " .. tostring(problem), "\n")
 end
-for _, name in ipairs({ "session", "values", "ascii", "ascii-v3.0.1", "other-utf8", "other-in-game",
-    "other-in-game-v3.0.1", "other-elsewhere", "no-layout", "track" }) do
+for _, name in ipairs({ "session", "values", "ascii", "ascii-v3.0.1", "ascii-v3.0.1-ue4ss", "other-utf8",
+    "other-in-game", "other-in-game-v3.0.1", "other-elsewhere", "no-layout", "track" }) do
     sh("rm -rf '" .. scratch .. "/" .. name .. "'")
 end
 os.exit(failed == 0 and 0 or 1)

@@ -17,6 +17,7 @@
 --   pose          returns x, y, z, yaw, or nothing while there is no pawn
 --   api           "main" (default) or "v3.0.1"
 --   gameDir       absolute folder of the game's executable, <root>/<Game>/Binaries/Win64
+--   ue4ssDir      folder of the host's DLL: gameDir (default) or gameDir/ue4ss
 --   workingDir    where relative paths lead (default: the process's working directory, which is not the game
 --                 folder unless the caller made it so)
 --   codePage      "ascii" (default): the ANSI code page spells no character beyond ASCII, as Western code pages
@@ -77,6 +78,7 @@ function Standin.new(options)
         mapName = options.map or "Map_A",
         poseSource = options.pose,
         gameDir = options.gameDir,
+        ue4ssDir = options.ue4ssDir or options.gameDir,
         workingDir = options.workingDir,
         codePage = options.codePage or "ascii",
         clockStartMs = options.clockStartMs or 0,
@@ -174,9 +176,12 @@ end
 -- IterateGameDirectories: the folders below the game's root (the parent of <Game>), each a table of its
 -- subfolders by name (the game's own folder as "Game") whose __name and __absolute_path come through __index.
 -- The current host gives the paths in UTF-8; v3.0.1 in the ANSI code page, failing on a name it cannot hold.
--- Both give nil when <Game>/Content is missing, as for a layout they do not know.
+-- Both give nil when <Game>/Content is missing, as for a layout they do not know. v3.0.1 finds <Game> three
+-- folders above its own DLL rather than two above the executable, so it knows no layout with the DLL in
+-- Win64/ue4ss.
 function Standin:game_directories()
-    local game = self.gameDir and parent(parent(self.gameDir))
+    local from = self.api == "v3.0.1" and self.ue4ssDir or self.gameDir
+    local game = from and parent(parent(from))
     if game == nil or not directory_exists(game .. "/Content") then
         self:log("IterateGameDirectories: Could not locate the root directory because the directory structure is "
             .. "unknown (not <RootGamePath>/Game/Binaries/Win64)\n")

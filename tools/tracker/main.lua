@@ -36,7 +36,7 @@ end
 -- the game elsewhere). IterateGameDirectories gives the game's folders from its root, the game's own as
 -- "Game", each with its absolute path; the executable lies in Game/Binaries/Win64 (or the one platform
 -- folder there). Raises when it cannot tell.
-local function executable_folder()
+local function folder_from_game_directories()
     if type(IterateGameDirectories) ~= "function" then
         error("this host has no IterateGameDirectories", 0)
     end
@@ -66,6 +66,30 @@ local function executable_folder()
         error("no absolute path for the executable's folder", 0)
     end
     return path
+end
+
+-- The same from this script's own path, as the host loaded it from its Mods folder beside the executable
+-- or in a folder below it (v3.0.1 installs itself in Win64/ue4ss, where its IterateGameDirectories knows
+-- no layout): the folder after the last "Binaries". Nil when the path does not tell.
+local function folder_from_script()
+    local info = type(debug) == "table" and debug.getinfo(1, "S")
+    local source = info and info.source
+    if type(source) ~= "string" or source:sub(1, 1) ~= "@" then
+        return nil
+    end
+    local finish
+    for after in source:gmatch("[\\/]Binaries[\\/][^\\/]+()") do
+        finish = after
+    end
+    return finish and source:sub(2, finish - 1) or nil
+end
+
+local function executable_folder()
+    local ok, folder = pcall(folder_from_game_directories)
+    if ok then
+        return folder
+    end
+    return folder_from_script() or error(folder, 0)
 end
 
 -- The paths to try, in order, and how to say where the rows go. The host's io.open takes a narrow path in
