@@ -195,6 +195,18 @@ auto define_commands(CLI::App& app, Command& command) -> void {
 
     add_network_commands(app, command);
 
+    auto& doctor = add_command(app, command, "doctor", CommandKind::Doctor,
+                               "check one or two game folders for what stands in the way of\n"
+                               "a session: the host, both mods, the role, the reports");
+    add_folder(doctor, command, "DIR", "game folder");
+    doctor
+        .add_option_function<std::string>(
+            "DIR_B", [&command](const std::string& dir) { command.gameDirs.push_back(os::utf8_path(dir)); },
+            "the other game folder")
+        ->type_name("");
+    doctor.footer("Prints one line per check: ok, note (worth knowing) or FAIL with what to do.\n"
+                  "Exit codes: 0 nothing stands in the way of a session, 1 something does, 2 bad arguments.");
+
     auto& demo = add_command(app, command, "demo", CommandKind::Demo,
                              "two simulated games in a whole session, shown live; writes a\n"
                              "plot (see 'korvath-session demo --help')");

@@ -17,7 +17,21 @@
 
 namespace korvath::session_tool {
 
-enum class CommandKind { Help, Version, Role, Enable, Stop, Resume, Relay, Watch, Demo, Host, Join };
+enum class CommandKind {
+    Help,
+    Version,
+    Role,
+    Enable,
+    Stop,
+    Resume,
+    Relay,
+    Watch,
+    Demo,
+    Host,
+    Join,
+    Doctor,
+    Setup
+};
 
 struct Command {
     CommandKind kind = CommandKind::Help;

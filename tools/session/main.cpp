@@ -3,6 +3,7 @@
 #include "tools/platform/os.hpp"
 #include "tools/session/command_line.hpp"
 #include "tools/session/demo/demo.hpp"
+#include "tools/session/doctor/doctor.hpp"
 #include "tools/session/exchange/client_controls.hpp"
 #include "tools/session/exchange/exchange_names.hpp"
 #include "tools/session/link/periodic_loop.hpp"
@@ -79,6 +80,10 @@ auto run(const tool::Command& command) -> int {
     }
     case tool::CommandKind::Demo:
         return tool::run_demo(command.demo, std::cout);
+    case tool::CommandKind::Doctor:
+        return tool::run_doctor(command.gameDirs, std::filesystem::file_time_type::clock::now(), std::cout);
+    case tool::CommandKind::Setup:
+        return kExitFailure;
     }
     return kExitFailure;
 }
