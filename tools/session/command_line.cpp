@@ -204,6 +204,29 @@ auto define_commands(CLI::App& app, Command& command) -> void {
             "DIR_B", [&command](const std::string& dir) { command.gameDirs.push_back(os::utf8_path(dir)); },
             "the other game folder")
         ->type_name("");
+    auto& setup = add_command(app, command, "setup", CommandKind::Setup,
+                              "install this package into one or two game folders (both\n"
+                              "mods, enabled; roles A and B; a start script), then doctor");
+    add_folder(setup, command, "DIR_A", "game folder of CLIENT_A");
+    setup
+        .add_option_function<std::string>(
+            "DIR_B", [&command](const std::string& dir) { command.gameDirs.push_back(os::utf8_path(dir)); },
+            "game folder of CLIENT_B")
+        ->type_name("");
+    setup
+        .add_option_function<std::string>(
+            "--dll", [&command](const std::string& value) { command.dll = os::utf8_path(value); },
+            "install FILE as Mods/KorvathOnlineCpp/dlls/main.dll")
+        ->type_name("FILE");
+    setup
+        .add_option_function<std::string>(
+            "--from", [&command](const std::string& value) { command.from = os::utf8_path(value); },
+            "the unpacked package (default: this program's folder)")
+        ->type_name("DIR");
+    setup.footer("A file it replaces is kept as NAME.before-setup. Running it again changes nothing.\n"
+                 "Exit codes: 0 installed and nothing stands in the way of a session, 1 a step failed or\n"
+                 "doctor found a problem, 2 bad arguments.");
+
     doctor.footer("Prints one line per check: ok, note (worth knowing) or FAIL with what to do.\n"
                   "Exit codes: 0 nothing stands in the way of a session, 1 something does, 2 bad arguments.");
 
@@ -305,10 +328,21 @@ auto check_game_folders(const Command& command) -> void {
         if (!fs::is_directory(dir, error))
             throw UsageError("game folder " + in_quotes(dir.string()) + " does not exist or is no folder");
     }
-    if (command.kind == CommandKind::Relay) {
+    if (command.dll) {
+        std::error_code error;
+        if (!fs::is_regular_file(*command.dll, error))
+            throw UsageError("--dll " + in_quotes(command.dll->string()) + " is no file");
+    }
+    if (command.from) {
+        std::error_code error;
+        if (!fs::is_directory(*command.from, error))
+            throw UsageError("--from " + in_quotes(command.from->string()) + " is no folder");
+    }
+    if (command.kind == CommandKind::Relay ||
+        (command.kind == CommandKind::Setup && command.gameDirs.size() == 2)) {
         std::error_code error;
         if (fs::equivalent(command.gameDirs[0], command.gameDirs[1], error))
-            throw UsageError("relay needs two different game folders");
+            throw UsageError("two different game folders are needed");
     }
 }
 

@@ -45,6 +45,8 @@ struct Command {
     HostAddress peer{};                                 // join
     SessionCode code{};                                 // join
     DemoOptions demo{};                                 // demo
+    std::optional<std::filesystem::path> dll{};         // setup
+    std::optional<std::filesystem::path> from{};        // setup; none: the program's folder
 };
 
 // A command line that cannot run; the message names the problem.

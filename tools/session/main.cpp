@@ -9,6 +9,7 @@
 #include "tools/session/link/periodic_loop.hpp"
 #include "tools/session/link/relay.hpp"
 #include "tools/session/net/network_commands.hpp"
+#include "tools/session/setup/setup.hpp"
 #include "tools/session/watch/terminal.hpp"
 #include "tools/session/watch/watch.hpp"
 
@@ -83,7 +84,10 @@ auto run(const tool::Command& command) -> int {
     case tool::CommandKind::Doctor:
         return tool::run_doctor(command.gameDirs, std::filesystem::file_time_type::clock::now(), std::cout);
     case tool::CommandKind::Setup:
-        return kExitFailure;
+        return tool::run_setup({command.gameDirs,
+                                command.from.value_or(korvath::os::this_executable().parent_path()),
+                                command.dll},
+                               std::cout);
     }
     return kExitFailure;
 }

@@ -1,0 +1,17 @@
+#pragma once
+// Putting one file in place for setup without losing a player's own: a file that is already there with
+// other content is first kept as NAME.before-setup (or NAME.before-setup-2, ... when that is taken).
+
+#include <filesystem>
+#include <ostream>
+#include <string_view>
+
+namespace korvath::session_tool {
+
+enum class InstallOutcome { Unchanged, Written, Failed };
+
+// Writes `content` to `target` when it differs, creating missing folders; says on `log` what it did.
+auto install_content(const std::filesystem::path& target, std::string_view content, std::ostream& log)
+    -> InstallOutcome;
+
+} // namespace korvath::session_tool
