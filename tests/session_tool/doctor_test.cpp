@@ -78,6 +78,14 @@ TEST(Doctor, CorrectInstallPassesAndTheHostsOlderLayoutToo) {
     std::tie(code, text) = doctor({old});
     EXPECT_EQ(code, 0) << text;
 
+    // A player's own keys in the script's block of key settings, and CR LF line ends.
+    const fs::path script = mods_of(current) / "KorvathTracker" / "Scripts" / "main.lua";
+    std::string edited;
+    for (const char c : read_file(script))
+        edited += c == '\n' ? std::string("\r\n") : std::string(1, c);
+    const std::size_t keyAt = edited.find("key = \"F7\"");
+    ASSERT_NE(keyAt, std::string::npos);
+    write_file(script, edited.replace(keyAt, 11, "key = \"F11\""));
     running(current);
     std::tie(code, text) = doctor({current});
     EXPECT_EQ(code, 0) << text;

@@ -128,5 +128,71 @@ TEST(TrackerSession, TwoGamesLaunchedElsewhereOnEngine5FollowWithTheReportedYaw)
     fs::remove_all(root);
 }
 
+// Two games whose sessions are started and stopped only by keys pressed in their trackers, with the relay
+// between them: both proxies spawn and follow, A's stop key destroys A's as "kill-switch", and each game's
+// console tells each step once.
+TEST(TrackerSession, KeysAloneStartAndStopATwoClientSession) {
+    const fs::path dir = scratch_dir("tracker-keys");
+    const fs::path a = dir / "a", b = dir / "b";
+    write_file(exchange_of(b) / "phase5g-role.txt", "CLIENT_B\n");
+    fs::create_directories(exchange_of(a));
+    const auto sim = [&](const fs::path& game) {
+        return std::make_unique<session_tool::ChildProcess>(
+            tool_program("korvath-sim"),
+            std::vector<std::string>{"--game-dir", game.string(), "--tracker", "--control",
+                                     (game / "control.txt").string(), "--duration", "60"},
+            game / "game.log");
+    };
+    auto gameA = sim(a), gameB = sim(b);
+    session_tool::ChildProcess relay(tool_program("korvath-session"),
+                                     {"relay", a.string(), b.string(), "--duration", "60"},
+                                     dir / "relay.log");
+    const auto press = [](const fs::path& game, std::string_view keys) {
+        write_file(game / "control.txt.new", "key " + std::string(keys) + "\n");
+        fs::rename(game / "control.txt.new", game / "control.txt");
+    };
+    const auto status = [](const fs::path& game, std::string_view key) {
+        const fs::path file = exchange_of(game) / "cpp_phase5g_status.txt";
+        const std::string text = fs::exists(file) ? read_file(file) : "";
+        const std::size_t at = text.find("\n" + std::string(key) + "=");
+        return at == std::string::npos
+                   ? std::string()
+                   : text.substr(at + key.size() + 2, text.find('\n', at + 1) - at - key.size() - 2);
+    };
+    press(a, "CTRL+F7");
+    press(b, "CTRL+F7");
+    EXPECT_TRUE(wait_until(std::chrono::seconds(40), [&] {
+        return status(a, "proxyActive") == "1" && status(b, "proxyActive") == "1" &&
+               std::stoull("0" + status(a, "movementUpdates")) >= 20 &&
+               std::stoull("0" + status(b, "movementUpdates")) >= 20;
+    })) << "no following proxies";
+    press(a, "CTRL+F8");
+    const auto logOf = [](const fs::path& game) { return read_file(game / "game.log"); };
+    EXPECT_TRUE(wait_until(std::chrono::seconds(10), [&] {
+        return logOf(a).find("[KorvathTracker] the proxy was destroyed: kill-switch") != std::string::npos;
+    }));
+    EXPECT_THAT(read_file(exchange_of(a) / "cpp_phase5g_destroy.txt"),
+                HasSubstr("destroyReason=kill-switch"));
+    gameA->terminate(std::chrono::seconds(5));
+    gameB->terminate(std::chrono::seconds(5));
+    relay.terminate(std::chrono::seconds(5));
+    const auto count = [](const std::string& text, std::string_view line) {
+        std::size_t n = 0;
+        for (std::size_t at = text.find(line); at != std::string::npos; at = text.find(line, at + 1))
+            ++n;
+        return n;
+    };
+    const std::string logA = logOf(a), logB = logOf(b);
+    for (const char* line :
+         {"[KorvathTracker] enable marker placed", "[KorvathTracker] the session is enabled\n",
+          "[KorvathTracker] the other player's proxy spawned\n", "[KorvathTracker] stop marker placed",
+          "[KorvathTracker] the proxy was destroyed: kill-switch\n"})
+        EXPECT_EQ(count(logA, line), 1U) << line << " in A's log:\n" << logA;
+    for (const char* line :
+         {"[KorvathTracker] CLIENT_B moved 800 units aside to its own spawn\n",
+          "[KorvathTracker] the session is enabled\n", "[KorvathTracker] the other player's proxy spawned\n"})
+        EXPECT_EQ(count(logB, line), 1U) << line << " in B's log:\n" << logB;
+}
+
 } // namespace
 } // namespace korvath::test

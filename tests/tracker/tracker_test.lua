@@ -58,6 +58,13 @@ local function start_tracker(game, options)
     local host = Standin.new(options)
     host:install()
     host:run_mod(options.script or script)
+    -- The line naming the key bindings, which tracker_keys_test.cpp checks; these tests count the others.
+    for index, line in ipairs(host.console) do
+        if line:find("] keys: ", 1, true) then
+            table.remove(host.console, index)
+            break
+        end
+    end
     return host, world
 end
 

@@ -132,7 +132,7 @@ auto run(const SimOptions& options, const std::vector<std::string>& args) -> int
     });
 
     if (tracker)
-        threads.emplace_back([&] { tracker->run(stop, start, frames); });
+        threads.emplace_back([&] { tracker->run(stop, start, frames, control); });
 
     std::vector<double> latencies;
     if (options.latencyProbe)

@@ -196,7 +196,8 @@ auto define_options(CLI::App& app, SimOptions& o) -> void {
     add_value(app, "--control", "FILE",
               "take commands from FILE while running (the file is removed once read), one\n"
               "a line: 'fail OP=MODE' (from the next call on), 'clear' (all faults end),\n"
-              "'map NAME' (a map change: the world and every actor in it are replaced)",
+              "'map NAME' (a map change: the world and every actor in it are replaced),\n"
+              "'key KEYS' (with --tracker: a key pressed in the game, such as CTRL+F7)",
               [&o](std::string_view v) { return absolute_path(o.controlFile, v, "expected a file path"); });
 }
 

@@ -2,8 +2,11 @@
 
 #include "tools/session/exchange/file_io.hpp"
 
+#include <algorithm>
 #include <cstdio>
+#include <optional>
 #include <system_error>
+#include <utility>
 
 namespace korvath::sim {
 
@@ -18,6 +21,31 @@ auto printable_name(std::string_view name) -> bool {
         if (c <= ' ' || c > '~')
             return false;
     return true;
+}
+
+constexpr std::size_t kMostWaitingKeys = 64;
+
+// "CTRL+F7" as a key and its modifier keys; nothing when a part is no key name.
+auto parse_key_press(std::string_view text) -> std::optional<KeyPress> {
+    KeyPress press;
+    while (!text.empty()) {
+        const std::size_t plus = text.find('+');
+        const std::string_view part = text.substr(0, plus);
+        text = plus == std::string_view::npos ? std::string_view{} : text.substr(plus + 1);
+        if (part.empty() || part.size() > 16 || !std::ranges::all_of(part, [](char c) {
+                return (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_';
+            }))
+            return std::nullopt;
+        if (!press.key.empty())
+            press.modifiers.push_back(press.key == "CTRL" ? "CONTROL" : press.key);
+        press.key = std::string(part);
+    }
+    for (const std::string& modifier : press.modifiers)
+        if (modifier != "CONTROL" && modifier != "SHIFT" && modifier != "ALT")
+            return std::nullopt;
+    if (press.key.empty())
+        return std::nullopt;
+    return press;
 }
 
 } // namespace
@@ -90,7 +118,20 @@ auto SimControl::apply(std::string_view line) -> bool {
         std::fprintf(stderr, "korvath-sim: control: map changed to %s\n", m_mapName.c_str());
         return true;
     }
+    if (line.starts_with("key ")) {
+        auto press = parse_key_press(line.substr(4));
+        std::lock_guard lock(m_mutex);
+        if (!press || m_keys.size() >= kMostWaitingKeys)
+            return false;
+        m_keys.push_back(std::move(*press));
+        return true;
+    }
     return false;
+}
+
+auto SimControl::take_key_presses() -> std::vector<KeyPress> {
+    std::lock_guard lock(m_mutex);
+    return std::exchange(m_keys, {});
 }
 
 auto SimControl::pawn() const -> standin::AActor* {

@@ -4,10 +4,12 @@
 // folder) and runs it in the stand-in of the current host's Lua side, fed with the simulated pawn's pose.
 // The working directory becomes the game folder (the simulator's --cwd may move it elsewhere).
 // While the file KorvathTracker.stop exists in the game folder the host runs none of the script's
-// loops, as if its Lua side had stopped: the local state goes stale.
+// loops, as if its Lua side had stopped: the local state goes stale. Keys pressed through the control
+// file run the script's key bindings.
 
 #include "standin/Engine.hpp"
 #include "tools/sim/frame_clock.hpp"
+#include "tools/sim/sim_control.hpp"
 #include "tools/sim/stop_flag.hpp"
 
 #include <filesystem>
@@ -21,7 +23,8 @@ public:
     virtual ~TrackerMode() = default;
     // Drives the host's clock from `start` until `stop` is requested. Each turn of the host's game
     // thread happens at the time of the last game frame, with that frame's pose, as in the game.
-    virtual auto run(StopFlag& stop, SteadyClock::time_point start, const FrameClock& frames) -> void = 0;
+    virtual auto run(StopFlag& stop, SteadyClock::time_point start, const FrameClock& frames,
+                     SimControl& control) -> void = 0;
 };
 
 // False in a build without Lua (the Windows build).

@@ -25,7 +25,8 @@ public:
 
     // The host's clock stands still while the tracker is stopped, so that its loops resume where they
     // were instead of catching up on every period they missed.
-    auto run(StopFlag& stop, SteadyClock::time_point start, const FrameClock& frames) -> void override {
+    auto run(StopFlag& stop, SteadyClock::time_point start, const FrameClock& frames, SimControl& control)
+        -> void override {
         bool stopped = false;
         SteadyClock::duration pausedFor{};
         SteadyClock::time_point pausedAt;
@@ -49,6 +50,8 @@ public:
             const auto elapsed = std::chrono::duration_cast<std::chrono::milliseconds>(
                 frame.value_or(SteadyClock::now()) - start - pausedFor);
             try {
+                for (const KeyPress& press : control.take_key_presses())
+                    this->press(press);
                 m_host.advance_to(elapsed.count());
             } catch (const std::exception& problem) {
                 std::fprintf(stderr, "korvath-sim: tracker: %s\n", problem.what());
@@ -61,6 +64,16 @@ public:
     }
 
 private:
+    auto press(const KeyPress& press) -> void {
+        std::string name;
+        for (const std::string& modifier : press.modifiers)
+            name += modifier + "+";
+        name += press.key;
+        const int ran = m_host.press_key(press.key, press.modifiers);
+        std::fprintf(stderr, "korvath-sim: key %s pressed (%d binding%s)\n", name.c_str(), ran,
+                     ran == 1 ? "" : "s");
+    }
+
     static constexpr std::size_t kMaxReportedErrors = 10;
     fs::path m_stopFile;
     std::optional<tracker::TrackedPose> m_framePose; // the pawn in the last frame

@@ -5,8 +5,9 @@
 --            LoopAsync; game-thread work runs on the engine's tick (its default method), once a frame;
 --   "v3.0.1" (the last release): LoopAsync and ExecuteInGameThread; game-thread work runs in ProcessEvent,
 --            which the engine calls all the time;
--- and in both IterateGameDirectories, RegisterLoadMapPostHook, FindFirstOf, the UEHelpers module, print, io.open
--- with the host's narrow paths and os.clock as its C runtime's clock(). It is as strict as the real host is
+-- and in both IterateGameDirectories, RegisterLoadMapPostHook, RegisterKeyBind with the Key and ModifierKey
+-- tables, FindFirstOf, the UEHelpers module, print, io.open with the host's narrow paths and os.clock as its C
+-- runtime's clock(). It is as strict as the real host is
 -- dangerous: engine objects may be touched only on the game thread and only while they are valid.
 --
 --   local host = Standin.new{ map = "Map_A", pose = function() return x, y, z, yaw end,
@@ -92,6 +93,7 @@ function Standin.new(options)
         delayedActions = {}, -- LoopInGameThreadWithDelay: { handle, delay, executeAt, callback }
         nextHandle = 1,
         loadMapHooks = {},
+        keyBinds = {},      -- RegisterKeyBind: { key, modifiers (sorted codes), callback }
         onGameThread = false,
         stalled = false,
         loopFaults = 0,
@@ -282,6 +284,31 @@ function Standin:install()
         LoopInGameThreadWithDelay, CancelDelayedAction = nil, nil
     end
     IterateGameDirectories = function() return host:game_directories() end
+    -- Virtual-key codes, as the host's tables give them: letters, digits and function keys here.
+    Key, ModifierKey = {}, { SHIFT = 0x10, CONTROL = 0x11, ALT = 0x12 }
+    for i = 0, 25 do
+        Key[string.char(65 + i)] = 0x41 + i
+    end
+    for i, name in ipairs({ "ZERO", "ONE", "TWO", "THREE", "FOUR", "FIVE", "SIX", "SEVEN", "EIGHT", "NINE" }) do
+        Key[name] = 0x2F + i
+    end
+    for i = 1, 24 do
+        Key["F" .. i] = 0x6F + i
+    end
+    RegisterKeyBind = function(key, modifiers, callback)
+        if callback == nil then
+            modifiers, callback = {}, modifiers
+        end
+        assert(math.type(key) == "integer" and key >= 0 and key <= 255, "RegisterKeyBind: key must be an integer 0-255")
+        assert(type(modifiers) == "table" and type(callback) == "function", "RegisterKeyBind(key, [table], function)")
+        local codes = {}
+        for _, code in ipairs(modifiers) do
+            assert(math.type(code) == "integer", "RegisterKeyBind: modifier keys must be integers")
+            codes[#codes + 1] = code
+        end
+        table.sort(codes)
+        table.insert(host.keyBinds, { key = key, modifiers = table.concat(codes, "+"), callback = callback })
+    end
     RegisterLoadMapPostHook = function(callback)
         table.insert(host.loadMapHooks, callback)
     end
@@ -403,6 +430,25 @@ function Standin:load_map(mapName)
         end
     end
     self.onGameThread = false
+end
+
+-- A key pressed with its modifier keys (names in Key and ModifierKey): the bindings of exactly that
+-- combination run, off the game thread, as the host's input thread runs them. Returns how many ran.
+function Standin:press_key(keyName, modifierNames)
+    local key = Key[keyName]
+    local codes = {}
+    for _, name in ipairs(modifierNames or {}) do
+        codes[#codes + 1] = assert(ModifierKey[name], "no modifier key " .. tostring(name))
+    end
+    table.sort(codes)
+    local combination, ran = table.concat(codes, "+"), 0
+    for _, bind in ipairs(self.keyBinds) do
+        if key ~= nil and bind.key == key and bind.modifiers == combination then
+            self:call(bind.callback)
+            ran = ran + 1
+        end
+    end
+    return ran
 end
 
 -- While stalled (a map loading), the game thread runs nothing.

@@ -15,6 +15,15 @@ local kMaxMapBytes = 128
 local kLargestValue = 3.0e38
 local kRelativePath = "KorvathOnline/local_state.tsv"
 
+-- korvath keys begin
+-- The keys that steer this game's session: a key and its modifier keys, named as in the host's Key and
+-- ModifierKey tables (Mods/Keybinds/Scripts/main.lua lists them). Change them here; korvath-session
+-- doctor takes this script for its own whatever these lines say.
+local kEnableKey = { key = "F7", modifiers = { "CONTROL" } } -- asks for a session (the enable marker)
+local kStopKey = { key = "F8", modifiers = { "CONTROL" } } -- ends it: the stop marker, the proxy goes
+local kResumeKey = { key = "F9", modifiers = { "CONTROL" } } -- removes the stop marker
+-- korvath keys end
+
 local sequence = 0
 local controller = nil -- cached between samples; dropped when a map loads
 local mapName = nil
@@ -369,12 +378,165 @@ local function keep_alive(loop, patience)
     end
 end
 
+-- Keys and the mod's reports ----------------------------------------------------------------------------------
+
+-- A file of the exchange directory, beside the local state wherever that goes.
+local function exchange_file(name)
+    return ((target or targets[1]):gsub("local_state%.tsv$", name))
+end
+
+local function key_text(binding)
+    local parts = {}
+    for _, modifier in ipairs(binding.modifiers) do
+        parts[#parts + 1] = modifier == "CONTROL" and "Ctrl" or modifier:sub(1, 1) .. modifier:sub(2):lower()
+    end
+    parts[#parts + 1] = binding.key
+    return table.concat(parts, "+")
+end
+
+local read_report -- below
+
+-- Places an empty marker file; the mod looks only at whether it exists.
+local function place_marker(name)
+    local file, problem = io.open(exchange_file(name), "wb")
+    if file == nil then
+        return false, tostring(problem)
+    end
+    file:close()
+    return true
+end
+
+local function on_enable_key()
+    local ok, problem = place_marker("phase5g.enable_once.txt")
+    if not ok then
+        print("[KorvathTracker] cannot place the enable marker: " .. problem .. "\n")
+    elseif read_report("phase5g.stop.txt") ~= nil then
+        print("[KorvathTracker] enable marker placed, but the stop marker holds the session off: press "
+            .. key_text(kResumeKey) .. "\n")
+    else
+        print("[KorvathTracker] enable marker placed: the session starts once your player has been loaded "
+            .. "for 7 seconds\n")
+    end
+end
+
+local function on_stop_key()
+    local ok, problem = place_marker("phase5g.stop.txt")
+    print(ok and "[KorvathTracker] stop marker placed: the session ends and the proxy goes\n"
+        or "[KorvathTracker] cannot place the stop marker: " .. problem .. "\n")
+end
+
+local function on_resume_key()
+    local path = exchange_file("phase5g.stop.txt")
+    local existing = io.open(path, "rb")
+    if existing == nil then
+        print("[KorvathTracker] no stop marker to remove\n")
+        return
+    end
+    existing:close()
+    local ok, problem = os.remove(path)
+    print(ok and "[KorvathTracker] stop marker removed: press " .. key_text(kEnableKey) .. " for a new session\n"
+        or "[KorvathTracker] cannot remove the stop marker: " .. tostring(problem) .. "\n")
+end
+
+local function register_key(binding, action)
+    local key = type(Key) == "table" and Key[binding.key]
+    local modifiers = {}
+    for _, name in ipairs(binding.modifiers) do
+        modifiers[#modifiers + 1] = type(ModifierKey) == "table" and ModifierKey[name]
+        if not modifiers[#modifiers] then
+            return false, "no modifier key " .. name
+        end
+    end
+    if not key then
+        return false, "no key " .. binding.key
+    end
+    return pcall(RegisterKeyBind, key, modifiers, function()
+        pcall(action)
+    end)
+end
+
+local function register_keys()
+    local texts = {}
+    for _, entry in ipairs({ { kEnableKey, on_enable_key, "enable" }, { kStopKey, on_stop_key, "stop" },
+        { kResumeKey, on_resume_key, "resume" } }) do
+        local ok, problem = register_key(entry[1], entry[2])
+        if ok then
+            texts[#texts + 1] = key_text(entry[1]) .. " " .. entry[3]
+        else
+            print("[KorvathTracker] cannot bind " .. key_text(entry[1]) .. ": " .. tostring(problem) .. "\n")
+        end
+    end
+    if #texts > 0 then
+        print("[KorvathTracker] keys: " .. table.concat(texts, ", ") .. "\n")
+    end
+end
+
+-- A report of the mod as its key=value pairs (its first line alone under "line"); nil while it is missing.
+local kLargestReport = 4096
+read_report = function(name)
+    local file = io.open(exchange_file(name), "rb")
+    if file == nil then
+        return nil
+    end
+    local text = file:read(kLargestReport) or ""
+    file:close()
+    local values = { line = text:match("^[^\n]*") }
+    for key, value in text:gmatch("([%w_]+)=([^\r\n]*)") do
+        values[key] = value
+    end
+    return values
+end
+
+-- Text a program wrote, fit for one console line.
+local function printable(text)
+    return (tostring(text):sub(1, 120):gsub("[%c\128-\255]", "?"))
+end
+
+-- Once a second: one console line for each change in the mod's reports worth telling the player.
+local seen = { sessionEnabled = "0", proxyActive = "0", clientBSpawnAdjusted = "0" }
+local function watch_reports()
+    local status = read_report("cpp_phase5g_status.txt")
+    if status ~= nil then
+        local function changed(key, to)
+            local now = status[key]
+            if now ~= nil and now ~= seen[key] then
+                seen[key] = now
+                return now == to
+            end
+            return false
+        end
+        if changed("clientBSpawnAdjusted", "1") then
+            print("[KorvathTracker] CLIENT_B moved 800 units aside to its own spawn\n")
+        end
+        if changed("sessionEnabled", "1") then
+            print("[KorvathTracker] the session is enabled\n")
+        end
+        local proxyBefore = seen.proxyActive
+        if changed("proxyActive", "1") then
+            print("[KorvathTracker] the other player's proxy spawned\n")
+        elseif proxyBefore == "1" and seen.proxyActive == "0" then
+            local destroyed = read_report("cpp_phase5g_destroy.txt")
+            print("[KorvathTracker] the proxy was destroyed: "
+                .. printable(destroyed and destroyed.destroyReason or "reason unknown") .. "\n")
+        end
+    end
+    local failure = read_report("cpp_phase5g_error.txt")
+    local message = failure and failure.line or nil
+    if message ~= seen.error then
+        seen.error = message
+        if message ~= nil then
+            print("[KorvathTracker] the mod failed: " .. printable(message) .. " (cpp_phase5g_error.txt)\n")
+        end
+    end
+end
+
 sampling.work = function()
     keep_alive(watchdog, 3 * kWatchdogMs // kPollMs)
     poll()
 end
 watchdog.work = function()
     keep_alive(sampling, 2)
+    watch_reports()
 end
 
 RegisterLoadMapPostHook(function()
@@ -383,4 +545,5 @@ RegisterLoadMapPostHook(function()
 end)
 arm(sampling)
 arm(watchdog)
+register_keys()
 print("[KorvathTracker] writing " .. targetText .. "\n")

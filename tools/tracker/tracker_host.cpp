@@ -88,9 +88,35 @@ auto TrackerHost::load_map(const std::string& mapName) -> void {
 }
 
 auto TrackerHost::errors() -> std::vector<std::string> {
+    return string_list("errors");
+}
+
+auto TrackerHost::console() -> std::vector<std::string> {
+    return string_list("console");
+}
+
+auto TrackerHost::press_key(const std::string& key, const std::vector<std::string>& modifiers) -> int {
+    call(
+        "press_key",
+        [&] {
+            lua_pushstring(m_lua, key.c_str());
+            lua_createtable(m_lua, static_cast<int>(modifiers.size()), 0);
+            for (std::size_t i = 0; i < modifiers.size(); ++i) {
+                lua_pushstring(m_lua, modifiers[i].c_str());
+                lua_rawseti(m_lua, -2, static_cast<lua_Integer>(i + 1));
+            }
+            return 2;
+        },
+        1);
+    const auto ran = static_cast<int>(lua_tointeger(m_lua, -1));
+    lua_pop(m_lua, 1);
+    return ran;
+}
+
+auto TrackerHost::string_list(const char* name) -> std::vector<std::string> {
     std::vector<std::string> out;
     lua_rawgeti(m_lua, LUA_REGISTRYINDEX, m_host);
-    lua_getfield(m_lua, -1, "errors");
+    lua_getfield(m_lua, -1, name);
     const lua_Integer count = luaL_len(m_lua, -1);
     for (lua_Integer i = 1; i <= count; ++i) {
         lua_rawgeti(m_lua, -1, i);
@@ -102,12 +128,12 @@ auto TrackerHost::errors() -> std::vector<std::string> {
     return out;
 }
 
-auto TrackerHost::call(const char* name, const std::function<int()>& push_arguments) -> void {
+auto TrackerHost::call(const char* name, const std::function<int()>& push_arguments, int results) -> void {
     lua_rawgeti(m_lua, LUA_REGISTRYINDEX, m_host);
     lua_getfield(m_lua, -1, name);
     lua_insert(m_lua, -2); // the method below its host object, which is its first argument
     const int arguments = push_arguments();
-    if (lua_pcall(m_lua, 1 + arguments, 0, 0) != LUA_OK)
+    if (lua_pcall(m_lua, 1 + arguments, results, 0) != LUA_OK)
         throw pop_error(m_lua, std::string("host stand-in ") + name);
 }
 

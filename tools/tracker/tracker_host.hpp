@@ -51,11 +51,18 @@ public:
     auto load_map(const std::string& mapName) -> void;
     // Errors raised by the script's callbacks, which the host only logs.
     auto errors() -> std::vector<std::string>;
+    // The script's console lines so far.
+    auto console() -> std::vector<std::string>;
+    // A key pressed with modifier keys ("CONTROL", "SHIFT", "ALT"): runs the script's bindings of exactly
+    // that combination. Returns how many ran; throws std::runtime_error for a name the host has not.
+    auto press_key(const std::string& key, const std::vector<std::string>& modifiers) -> int;
 
 private:
     static auto pose_callback(lua_State* lua) -> int;
     // Calls method `name` of the stand-in's host object with the values pushed by `push_arguments`.
-    auto call(const char* name, const std::function<int()>& push_arguments) -> void;
+    auto call(const char* name, const std::function<int()>& push_arguments, int results = 0) -> void;
+    // The strings of the host object's list `name`.
+    auto string_list(const char* name) -> std::vector<std::string>;
 
     lua_State* m_lua;
     PoseSource m_pose;

@@ -8,7 +8,8 @@ namespace korvath::session_tool {
 
 auto tracker_script_text() -> std::string_view;
 
-// True when `installed` is this version's script, line ends aside (an unpacker may turn LF into CR LF).
+// True when `installed` is this version's script, line ends (an unpacker may turn LF into CR LF) and the
+// block of key settings aside.
 auto is_current_tracker_script(std::string_view installed) -> bool;
 
 } // namespace korvath::session_tool
