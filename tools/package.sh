@@ -1,12 +1,14 @@
 #!/usr/bin/env bash
-# Makes what a player unpacks into each game copy's binaries folder (Win64), in the mod host's layout:
+# Makes what a player unpacks into a folder of its own, from where `korvath-session setup` installs it
+# into the game copies (or the player copies the Mods folders by hand, in the mod host's layout):
 #   Mods/KorvathTracker/Scripts/main.lua   the pose tracker (a Lua mod)
 #   Mods/KorvathOnlineCpp/dlls/            the C++ mod's folder; main.dll is not included: it must be
 #                                          built with MSVC against the player's host build
 #   korvath-session.exe                    the session program, from the mingw preset
+#   Start Korvath Online.bat               runs the relay for the two game copies setup wrote into it
 #   INSTALL.md                             the player's guide
-# as a folder and a .zip under the output directory, then runs korvath-session.exe --help from the
-# package under Wine to show that it starts.
+# as a folder and a .zip under the output directory, then under Wine runs korvath-session.exe --help
+# from the package, and setup from a copy of it into two game folders that have the host but no main.dll.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -50,6 +52,7 @@ MSVC against the same UE4SS build that runs it (see INSTALL.md, step 3).
 TEXT
 cp "$session_exe" "$root/korvath-session.exe"
 cp tools/package/INSTALL.md "$root/INSTALL.md"
+sed 's/$/\r/' "tools/package/Start Korvath Online.bat" >"$root/Start Korvath Online.bat" # cmd wants CR LF
 (cd "$out" && cmake -E tar cf "$name.zip" --format=zip "$name")
 
 # The session program starts from the package: its usage text under Wine.
@@ -64,10 +67,38 @@ case "$help" in
 *"Usage: korvath-session"*) ;;
 *) echo "package: unexpected output of korvath-session.exe --help:" >&2; echo "$help" >&2; exit 1 ;;
 esac
+# setup from the package: both mods installed and enabled, the roles and the start script written, and
+# doctor's verdict: main.dll missing in each game copy, nothing else.
+check="$out/setup-check"
+rm -rf "$check"
+mkdir -p "$check"
+cp -r "$root" "$check/package"
+for game in a b; do
+    mkdir -p "$check/$game/Game/Binaries/Win64/ue4ss/Mods"
+    : >"$check/$game/Game/Binaries/Win64/ue4ss/UE4SS.dll"
+    printf 'Keybinds : 1\r\n' >"$check/$game/Game/Binaries/Win64/ue4ss/Mods/mods.txt"
+done
+status=0
+setup=$(cd "$check" && "$wine" package/korvath-session.exe setup a/Game/Binaries/Win64 b/Game/Binaries/Win64 \
+    </dev/null 2>&1) || status=$?
+case "$status:$setup" in
+1:*"Start Korvath Online.bat"*"doctor: 2 problems to fix"*) ;;
+*) echo "package: unexpected result of setup under Wine (exit $status):" >&2; echo "$setup" >&2; exit 1 ;;
+esac
+if [ "$(grep -c 'main.dll' <<<"$(grep '^FAIL' <<<"$setup")")" != 2 ] ||
+    ! grep -q '^KorvathOnlineCpp : 1' "$check/a/Game/Binaries/Win64/ue4ss/Mods/mods.txt" ||
+    ! grep -q 'set "GAME_B=.*b\\Game\\Binaries\\Win64"' "$check/package/Start Korvath Online.bat" ||
+    [ -e "$check/package/Start Korvath Online.bat.before-setup" ]; then
+    echo "package: setup under Wine did not install as expected:" >&2
+    echo "$setup" >&2
+    exit 1
+fi
+rm -rf "$check"
 # The archive holds the layout and nothing else.
 expected="$name/INSTALL.md
 $name/Mods/KorvathOnlineCpp/dlls/PUT-main.dll-HERE.txt
 $name/Mods/KorvathTracker/Scripts/main.lua
+$name/Start Korvath Online.bat
 $name/korvath-session.exe"
 listed=$(cd "$out" && cmake -E tar tf "$name.zip" | grep -v '/$' | sort)
 if [ "$listed" != "$expected" ]; then
@@ -75,5 +106,5 @@ if [ "$listed" != "$expected" ]; then
     echo "$listed" >&2
     exit 1
 fi
-echo "package: $root and $name.zip; korvath-session.exe --help runs from it under Wine"
+echo "package: $root and $name.zip; korvath-session.exe --help and setup run from it under Wine"
 echo "$listed"

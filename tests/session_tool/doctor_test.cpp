@@ -130,6 +130,13 @@ TEST(Doctor, EachFaultFailsNamingItsFileAndFix) {
         {"no uninstall_mod", dll({.exports = {"start_mod"}}), mainDll, "MSVC"},
         {"MinGW build", dll({.importDlls = {"libKorvathHost.dll", "libstdc++-6.dll"}}), mainDll, "MSVC"},
         {"not for the host", dll({.importDlls = {"KERNEL32.dll"}}), mainDll, "MSVC"},
+        // This build's own mod: the MinGW DLL, which imports the stand-in host, or no DLL at all.
+        {"this build's mod",
+         [](const fs::path& game) {
+             fs::copy_file(KORVATH_MOD_LIBRARY, mods_of(game) / "KorvathOnlineCpp" / "dlls" / "main.dll",
+                           fs::copy_options::overwrite_existing);
+         },
+         mainDll, "MSVC"},
         {"tracker disabled", mods_txt("KorvathOnlineCpp : 1\nKorvathTracker : 0\n" + std::string(kModsTxt)),
          modsTxt, "\"KorvathTracker : 1\""},
         {"mod not listed", mods_txt("KorvathTracker : 1\n" + std::string(kModsTxt)), modsTxt,

@@ -26,7 +26,8 @@ auto free_backup_name(const fs::path& target) -> std::optional<fs::path> {
 
 } // namespace
 
-auto install_content(const fs::path& target, std::string_view content, std::ostream& log) -> InstallOutcome {
+auto install_content(const fs::path& target, std::string_view content, std::ostream& log,
+                     std::string_view ours) -> InstallOutcome {
     const std::string shown = fs::path(target).make_preferred().string();
     std::error_code error;
     const auto status = fs::symlink_status(target, error);
@@ -36,14 +37,17 @@ auto install_content(const fs::path& target, std::string_view content, std::ostr
             return InstallOutcome::Failed;
         }
         const auto existing = read_small_file(target, kLargestInstalled);
-        if (const auto* text = std::get_if<std::string>(&existing); text && *text == content)
+        const auto* text = std::get_if<std::string>(&existing);
+        if (text && *text == content)
             return InstallOutcome::Unchanged;
-        const auto backup = free_backup_name(target);
-        if (!backup || (fs::copy_file(target, *backup, error), error)) {
-            log << "cannot keep a copy of " << shown << ", so it stays as it is\n";
-            return InstallOutcome::Failed;
+        if (!text || ours.empty() || *text != ours) {
+            const auto backup = free_backup_name(target);
+            if (!backup || (fs::copy_file(target, *backup, error), error)) {
+                log << "cannot keep a copy of " << shown << ", so it stays as it is\n";
+                return InstallOutcome::Failed;
+            }
+            log << "kept the old " << shown << " as " << backup->filename().string() << "\n";
         }
-        log << "kept the old " << shown << " as " << backup->filename().string() << "\n";
     }
     if (!write_file_atomically(target, content)) {
         log << "cannot write " << shown << "\n";

@@ -10,8 +10,9 @@ namespace korvath::session_tool {
 
 enum class InstallOutcome { Unchanged, Written, Failed };
 
-// Writes `content` to `target` when it differs, creating missing folders; says on `log` what it did.
-auto install_content(const std::filesystem::path& target, std::string_view content, std::ostream& log)
-    -> InstallOutcome;
+// Writes `content` to `target` when it differs, creating missing folders; says on `log` what it did. A
+// file holding `ours` (what this program shipped there, when not empty) is replaced without a copy.
+auto install_content(const std::filesystem::path& target, std::string_view content, std::ostream& log,
+                     std::string_view ours = {}) -> InstallOutcome;
 
 } // namespace korvath::session_tool

@@ -119,7 +119,9 @@ auto run_setup(const SetupOptions& options, std::ostream& out) -> int {
             ok = false;
         } else {
             const fs::path target = options.packageDir / script->fileName;
-            ok = install_content(target, script->text, out) != InstallOutcome::Failed && ok;
+            ok = install_content(target, script->text, out, packaged_start_script()) !=
+                     InstallOutcome::Failed &&
+                 ok;
             std::error_code error;
             if (!kWindows)
                 fs::permissions(target,

@@ -60,16 +60,20 @@ auto make_start_script(bool forWindows, const std::filesystem::path& gameA,
                 "./korvath-session doctor \"$GAME_A\" \"$GAME_B\"\n"
                 "exec ./korvath-session relay \"$GAME_A\" \"$GAME_B\"\n"};
     }
-    std::string text(start_script_template());
+    std::string text = packaged_start_script();
     replace_line(text, "set \"GAME_A=\"", "set \"GAME_A=" + batch_value(a) + "\"");
     replace_line(text, "set \"GAME_B=\"", "set \"GAME_B=" + batch_value(b) + "\"");
+    return StartScript{"Start Korvath Online.bat", text};
+}
+
+auto packaged_start_script() -> std::string {
     std::string crlf;
-    for (const char c : text) {
+    for (const char c : start_script_template()) {
         if (c == '\n' && (crlf.empty() || crlf.back() != '\r'))
             crlf.push_back('\r');
         crlf.push_back(c);
     }
-    return StartScript{"Start Korvath Online.bat", crlf};
+    return crlf;
 }
 
 } // namespace korvath::session_tool

@@ -15,8 +15,10 @@ struct StartScript {
     std::string text;
 };
 
-// The package's script with no folders filled in.
+// The package's script with no folders filled in, as in the source tree (LF), and as the package
+// carries it (CR LF).
 auto start_script_template() -> std::string_view;
+auto packaged_start_script() -> std::string;
 
 // The script for two absolute game folders, for Windows or for a POSIX shell; nothing when a folder's
 // path holds a character the script cannot carry safely (a quote, a line end, a control character).
