@@ -49,8 +49,7 @@ auto mods_of(const fs::path& game) -> fs::path {
 // The game ran and runs: its mod's fresh heartbeat and the tracker's fresh file.
 auto running(const fs::path& game) -> void {
     write_file(exchange_of(game) / "cpp_mod_loaded.txt", "KorvathOnlineCpp Phase 5G loaded.\n");
-    write_file(exchange_of(game) / "cpp_heartbeat.txt", "running=1\n");
-    write_file(exchange_of(game) / "cpp_unreal_ready.txt", "unrealReady=1\n");
+    write_file(exchange_of(game) / "cpp_heartbeat.txt", "running=1\nunrealReady=1\n");
     write_file(exchange_of(game) / "local_state.tsv", "1\t2\t3\t4\tMap_A\n");
 }
 

@@ -20,6 +20,10 @@ auto format_check(const Check& check) -> std::string {
     std::string line = label + check.subject + ": " + check.finding;
     if (!check.fix.empty())
         line += ". Fix: " + check.fix;
+    // File names come from the disk: none may break the line (UTF-8 beyond ASCII stays).
+    for (char& c : line)
+        if (static_cast<unsigned char>(c) < 0x20 || c == 0x7f)
+            c = '?';
     return line + "\n";
 }
 

@@ -171,9 +171,10 @@ auto check_game(const Exchange& x) -> bool {
     }
     x.add(Verdict::Ok, "cpp_heartbeat.txt",
           "the game is running (heartbeat " + whole_seconds(*heartbeatAge) + " old)");
-    if (!x.exists("cpp_unreal_ready.txt"))
-        x.add(Verdict::Note, "cpp_unreal_ready.txt",
-              "the engine is not ready yet; nothing happens before it");
+    // cpp_unreal_ready.txt may be left from an earlier run; the heartbeat tells of this one.
+    if (const auto heartbeat = x.report("cpp_heartbeat.txt");
+        heartbeat && report_value(*heartbeat, "unrealReady") != "1")
+        x.add(Verdict::Note, "cpp_heartbeat.txt", "the engine is not ready yet; nothing happens before it");
     const auto localAge = x.age(kLocalStateFile);
     if (!localAge)
         x.add(Verdict::Problem, kLocalStateFile, "the tracker writes no local state",
