@@ -8,7 +8,6 @@
 
 #include <chrono>
 #include <fstream>
-#include <random>
 
 namespace korvath::session_tool {
 
@@ -57,8 +56,8 @@ auto whole_seconds(fs::file_time_type::duration age) -> std::string {
 
 // Creates and removes a file in `dir`: the one sure test that the mod may write there.
 auto can_write_in(const fs::path& dir) -> bool {
-    std::random_device random;
-    const fs::path probe = dir / ("korvath-doctor-" + std::to_string(random()) + ".probe");
+    const auto ticks = std::chrono::steady_clock::now().time_since_epoch().count();
+    const fs::path probe = dir / ("korvath-doctor-" + std::to_string(ticks) + ".probe");
     bool written = false;
     {
         std::ofstream file(probe, std::ios::binary | std::ios::trunc);
