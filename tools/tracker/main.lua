@@ -451,7 +451,10 @@ local function register_key(binding, action)
         return false, "no key " .. binding.key
     end
     return pcall(RegisterKeyBind, key, modifiers, function()
-        pcall(action)
+        local ok, problem = pcall(action)
+        if not ok then
+            report(problem)
+        end
     end)
 end
 
