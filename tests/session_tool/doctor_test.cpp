@@ -77,6 +77,16 @@ TEST(Doctor, CorrectInstallPassesAndTheHostsOlderLayoutToo) {
     std::tie(code, text) = doctor({old});
     EXPECT_EQ(code, 0) << text;
 
+    // The host's settings name another Mods folder.
+    const fs::path moved = install_tree("doctor-settings");
+    fs::rename(mods_of(moved), moved / "SharedMods");
+    write_file(moved / "ue4ss" / "UE4SS-settings.ini",
+               "[General]\nModsFolderPath = x\n[Overrides]\r\n"
+               "; Default: <dll_directory>/Mods\r\nModsFolderPath = SharedMods\r\n");
+    std::tie(code, text) = doctor({moved});
+    EXPECT_EQ(code, 0) << text;
+    EXPECT_THAT(text, HasSubstr("it loads mods from SharedMods (ModsFolderPath"));
+
     // A player's own keys in the script's block of key settings, and CR LF line ends.
     const fs::path script = mods_of(current) / "KorvathTracker" / "Scripts" / "main.lua";
     std::string edited;

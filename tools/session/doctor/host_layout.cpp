@@ -1,6 +1,11 @@
 #include "tools/session/doctor/host_layout.hpp"
 
+#include "tools/platform/os.hpp"
+#include "tools/session/doctor/small_file.hpp"
+
 #include <algorithm>
+#include <optional>
+#include <string>
 
 namespace korvath::session_tool {
 
@@ -24,6 +29,36 @@ auto is_file(const fs::path& path) -> bool {
 auto is_folder(const fs::path& path) -> bool {
     std::error_code error;
     return fs::is_directory(path, error);
+}
+
+// ModsFolderPath of the [Overrides] section in the host's settings; nothing when unset.
+auto mods_folder_setting(const fs::path& settings) -> std::optional<std::string> {
+    const auto text = read_small_file(settings, 1 << 20);
+    if (!std::holds_alternative<std::string>(text))
+        return std::nullopt;
+    const auto trim = [](std::string_view view) {
+        while (!view.empty() && (view.front() == ' ' || view.front() == '\t'))
+            view.remove_prefix(1);
+        while (!view.empty() && (view.back() == ' ' || view.back() == '\t' || view.back() == '\r'))
+            view.remove_suffix(1);
+        return view;
+    };
+    std::string_view rest = std::get<std::string>(text);
+    bool inOverrides = false;
+    while (!rest.empty()) {
+        const std::size_t end = rest.find('\n');
+        const std::string_view line = trim(rest.substr(0, end));
+        rest = end == std::string_view::npos ? std::string_view{} : rest.substr(end + 1);
+        if (line.starts_with('['))
+            inOverrides = line == "[Overrides]";
+        const std::size_t equals = line.find('=');
+        if (inOverrides && equals != std::string_view::npos &&
+            trim(line.substr(0, equals)) == "ModsFolderPath") {
+            const std::string_view value = trim(line.substr(equals + 1));
+            return value.empty() ? std::nullopt : std::optional<std::string>(value);
+        }
+    }
+    return std::nullopt;
 }
 
 } // namespace
@@ -63,6 +98,15 @@ auto find_host_layout(const fs::path& gameDir) -> HostLayout {
     layout.modsDir = find_entry(working, "Mods");
     if (!old && !is_folder(layout.modsDir) && is_folder(find_entry(gameDir, "Mods")))
         layout.modsDir = find_entry(gameDir, "Mods");
+    // The host's settings may name another folder; a relative one counts from the game's working
+    // directory, normally the game folder.
+    fs::path settings = find_entry(working, "UE4SS-settings.ini");
+    if (!is_file(settings))
+        settings = find_entry(gameDir, "UE4SS-settings.ini");
+    if (const auto setting = mods_folder_setting(settings)) {
+        layout.modsDir = gameDir / os::utf8_path(*setting);
+        layout.modsFolderFromSettings = true;
+    }
     return layout;
 }
 

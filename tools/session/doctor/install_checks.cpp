@@ -56,7 +56,8 @@ auto check_host(const fs::path& gameDir, const HostLayout& layout, Checks& out) 
         return;
     }
     out.push_back({Verdict::Ok, name_in(gameDir, *layout.hostDll),
-                   "the host is installed; it loads mods from " + name_in(gameDir, layout.modsDir)});
+                   "the host is installed; it loads mods from " + name_in(gameDir, layout.modsDir) +
+                       (layout.modsFolderFromSettings ? " (ModsFolderPath of UE4SS-settings.ini)" : "")});
     if (layout.twoHostDlls)
         out.push_back({Verdict::Note, name_in(gameDir, gameDir / kHostDllName),
                        "a second UE4SS.dll beside the one in ue4ss: one is left from an older install",
