@@ -2,7 +2,7 @@ cmake_policy(SET CMP0057 NEW)
 # cmake -DOBJDUMP=... -DMODS=a.dll;b.dll -DPROGRAMS=x.exe;y.dll -DHOST_DLL=KorvathHost.dll -P this file
 # Fails unless every binary imports only Windows system DLLs (and the host's library), and every mod
 # library exports exactly start_mod and uninstall_mod.
-set(system_dlls KERNEL32.dll msvcrt.dll USER32.dll ADVAPI32.dll SHELL32.dll WS2_32.dll MSWSOCK.dll bcrypt.dll ${HOST_DLL})
+set(system_dlls KERNEL32.dll msvcrt.dll USER32.dll ADVAPI32.dll SHELL32.dll WS2_32.dll MSWSOCK.dll bcrypt.dll IPHLPAPI.DLL ${HOST_DLL})
 string(TOLOWER "${system_dlls}" allowed)
 
 function(dump_of binary out)

@@ -17,3 +17,13 @@ add_test(NAME WindowsBinaries.ImportOnlySystemDllsAndExportTheEntryPoints
 add_test(NAME Package.LayoutAndSessionProgramUnderWine
     COMMAND bash ${PROJECT_SOURCE_DIR}/tools/package.sh --no-build --build-dir ${PROJECT_BINARY_DIR}
         --out ${CMAKE_CURRENT_BINARY_DIR}/package-test)
+
+# The Windows host behind a router that answers no port mapping request, in network namespaces: it
+# says so within 3 s and still serves a joiner on its network.
+if(KORVATH_WINE)
+    add_test(NAME HomeRouter.WindowsHostSaysNoRouterAnsweredAndServesTheLanUnderWine
+        COMMAND bash ${PROJECT_SOURCE_DIR}/tests/session_net/windows_no_router.sh $<TARGET_FILE:korvath-session>
+            ${KORVATH_WINE} ${CMAKE_CURRENT_BINARY_DIR}/windows-no-router)
+    set_tests_properties(HomeRouter.WindowsHostSaysNoRouterAnsweredAndServesTheLanUnderWine PROPERTIES
+        SKIP_RETURN_CODE 77 TIMEOUT 120)
+endif()

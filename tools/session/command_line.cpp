@@ -107,6 +107,16 @@ auto add_network_commands(CLI::App& app, Command& command) -> void {
             },
             "UDP port to listen on (default 47810; 0: any free port)")
         ->type_name("P");
+    host.add_flag_callback(
+        "--no-map", [&command] { command.mapPort = false; },
+        "do not ask the home router (UPnP, NAT-PMP) to forward the port");
+    host.add_option_function<std::string>(
+            "--map-lease",
+            [&command](const std::string& value) {
+                command.mapLease = std::chrono::seconds(parse_whole_number("--map-lease", value, 4, 86400));
+            },
+            "lease of the port mapping in seconds, renewed half-way (default 1200)")
+        ->type_name("S");
     add_common(host);
 
     auto& join = add_command(app, command, "join", CommandKind::Join,

@@ -42,6 +42,8 @@ struct Command {
     bool predict = true;                                // relay, host, join
     std::optional<std::chrono::nanoseconds> duration{}; // relay, watch, host, join
     uint16_t port = kDefaultSessionPort;                // host
+    bool mapPort = true;                                // host
+    std::chrono::seconds mapLease{1200};                // host
     HostAddress peer{};                                 // join
     SessionCode code{};                                 // join
     DemoOptions demo{};                                 // demo

@@ -66,8 +66,9 @@ auto run(const tool::Command& command) -> int {
             {command.gameDirs[0], command.gameDirs[1], command.hz, command.predict, command.duration},
             std::cout);
     case tool::CommandKind::Host:
-        return tool::run_host(
-            {command.gameDirs[0], command.port, command.hz, command.predict, command.duration}, std::cout);
+        return tool::run_host({command.gameDirs[0], command.port, command.hz, command.predict,
+                               command.duration, command.mapPort, command.mapLease},
+                              std::cout);
     case tool::CommandKind::Join:
         return tool::run_join(
             {command.peer, command.gameDirs[0], command.code, command.hz, command.predict, command.duration},

@@ -175,6 +175,12 @@ auto NetSession::run(std::ostream& out) -> int {
             nextWrite = std::max(nextWrite + writePeriod, now);
         }
         if (now >= nextShare) {
+            if (m_options.notes) {
+                SessionNotes notes = m_options.notes(now);
+                for (const std::string& line : notes.events)
+                    event(line);
+                m_status.note = std::move(notes.status);
+            }
             measure_desync(now);
             update_status(now);
             nextShare = std::max(nextShare + kSharedStatusPeriod, now);

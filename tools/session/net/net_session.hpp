@@ -34,6 +34,8 @@ struct NetSessionOptions {
     std::function<bool()> stop;
     std::function<bool()> abandon;
     bool liveStatus = false; // one line rewritten in place (a terminal); else a line every few seconds
+    // Polled by run()'s thread about ten times a second, with the loop's clock.
+    std::function<SessionNotes(std::chrono::nanoseconds now)> notes;
 };
 
 class NetSession {

@@ -67,6 +67,8 @@ auto format_net_status(const NetStatus& status) -> std::string {
         line += std::string(kind == 0 ? " " : ", ") +
                 std::string(drop_kind_name(static_cast<DropKind>(kind))) + " " +
                 std::to_string(status.drops.counts[kind]);
+    if (!status.note.empty())
+        line += " | " + status.note;
     return line;
 }
 

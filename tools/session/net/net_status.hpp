@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace korvath::session_tool {
 
@@ -31,6 +32,13 @@ struct NetStatus {
     uint64_t rowsFailed = 0;
     RelayOutcome local = RelayOutcome::Missing; // this side's local_state.tsv
     std::chrono::nanoseconds longestPoseGap{};  // between two poses of one connection
+    std::string note;                           // e.g. the host's port mapping; shown last when set
+};
+
+// What the caller adds to a session while it runs: lines to print once, and the status line's note.
+struct SessionNotes {
+    std::vector<std::string> events;
+    std::string status;
 };
 
 // One line without a line break, e.g. "peer 127.0.0.1:47810 | rtt 101 ms | loss 4.8% | pose 23 ms ago |

@@ -2,8 +2,10 @@
 
 #include "tools/session/link/periodic_loop.hpp"
 #include "tools/session/net/net_session.hpp"
+#include "tools/session/net/portmap/host_port_mapping.hpp"
 #include "tools/session/watch/terminal.hpp"
 
+#include <cstdlib>
 #include <iostream>
 #include <stdexcept>
 #include <system_error>
@@ -28,12 +30,20 @@ auto session_options(PeerSide side, const std::filesystem::path& gameDir, const 
     return options;
 }
 
-auto run_session(NetSessionOptions options, std::ostream& out, const std::string& opening) -> int {
+// With a port mapping, it starts once the socket has its port and is removed when the session ends
+// (also on an error: its destructor removes it).
+auto run_session(NetSessionOptions options, std::ostream& out, const std::string& opening,
+                 HostPortMapping* mapping = nullptr) -> int {
     install_stop_handlers();
     try {
         NetSession session(std::move(options));
         out << opening;
-        return session.run(out);
+        if (mapping)
+            mapping->start(session.local_port());
+        const int status = session.run(out);
+        if (mapping)
+            mapping->stop(out);
+        return status;
     } catch (const std::system_error& error) {
         std::cerr << "korvath-session: error: cannot open the UDP socket: " << error.what() << "\n";
         return kExitFailure;
@@ -47,9 +57,13 @@ auto run_host(const HostCommand& command, std::ostream& out) -> int {
     auto options = session_options(PeerSide::Host, command.gameDir, code, command.poseHz, command.predict,
                                    command.duration);
     options.port = command.port;
-    return run_session(std::move(options), out,
-                       "session code: " + format_session_code(code) +
-                           "\n(give it to the other player, with this machine's address)\n");
+    const std::string opening = "session code: " + format_session_code(code) +
+                                "\n(give it to the other player, with this machine's address)\n";
+    if (!command.mapPort || std::getenv(kNoMapVariable))
+        return run_session(std::move(options), out, opening);
+    HostPortMapping mapping(format_session_code(code), command.mapLease);
+    options.notes = [&mapping](std::chrono::nanoseconds now) { return mapping.notes(now); };
+    return run_session(std::move(options), out, opening, &mapping);
 }
 
 auto run_join(const JoinCommand& command, std::ostream& out) -> int {

@@ -17,7 +17,13 @@ struct HostCommand {
     int poseHz = 0;                      // 0: the default
     bool predict = true;
     std::optional<std::chrono::nanoseconds> duration; // nothing: until SIGINT/SIGTERM
+    bool mapPort = true;                              // ask the home router to forward the port
+    std::chrono::seconds mapLease{1200};              // the lease asked for, renewed half-way
 };
+
+// Set (to anything) in the environment, it turns the port mapping off as --no-map does: for scripts and
+// tests that must not talk to the machine's router.
+inline constexpr char kNoMapVariable[] = "KORVATH_SESSION_NO_MAP";
 
 struct JoinCommand {
     HostAddress host;
