@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Three network namespaces for the home-router test, none linked to the machine's own network:
-#   PREFIX-home (192.0.2.2) -- PREFIX-router (192.0.2.1 inside, 192.0.3.1 outside) -- PREFIX-net (192.0.3.2)
+#   PREFIX-home (198.51.100.2) -- PREFIX-router (198.51.100.1 inside, 192.0.3.1 outside) -- PREFIX-net (192.0.3.2)
 # The router forwards and masquerades the home network (nftables) and gives miniupnpd the inet filter
 # table and chains it adds its rules to. miniupnpd refuses an outside address in a reserved range
 # (TEST-NET included), so the outside link uses 192.0.3.0/24, which only these namespaces carry.
@@ -20,15 +20,15 @@ up() {
     # Each pair is made inside its namespaces, never in the machine's own.
     ip link add h0 netns "$home" type veth peer name rin netns "$router"
     ip link add rout netns "$router" type veth peer name n0 netns "$net"
-    ip -n "$home" addr add 192.0.2.2/24 dev h0
-    ip -n "$router" addr add 192.0.2.1/24 dev rin
+    ip -n "$home" addr add 198.51.100.2/24 dev h0
+    ip -n "$router" addr add 198.51.100.1/24 dev rin
     ip -n "$router" addr add 192.0.3.1/24 dev rout
     ip -n "$net" addr add 192.0.3.2/24 dev n0
     for pair in "$home h0" "$router rin" "$router rout" "$net n0" "$home lo" "$router lo" "$net lo"; do
         set -- $pair
         ip -n "$1" link set "$2" up
     done
-    ip -n "$home" route add default via 192.0.2.1
+    ip -n "$home" route add default via 198.51.100.1
     ip netns exec "$router" sysctl -qw net.ipv4.ip_forward=1
     # A home router: the LAN goes out masqueraded, nothing comes in unasked but what miniupnpd maps.
     ip netns exec "$router" nft -f - <<'NFT'
@@ -63,7 +63,7 @@ uuid=3d3cec3a-8cf0-11e0-98ee-001a6bd2d07b
 secure_mode=yes
 system_uptime=yes
 clean_ruleset_interval=1
-allow 1024-65535 192.0.2.0/24 1024-65535
+allow 1024-65535 198.51.100.0/24 1024-65535
 deny 0-65535 0.0.0.0/0 0-65535
 CONF
     done

@@ -157,7 +157,7 @@ TEST(HomeRouter, HostMapsItsPortByNatPmpAndUpnpAndTheJoinerFollowsThroughTheRout
                                      dir / "outsider.log");
         auto neighbour =
             in_namespace(*ip, namespaces.name("home"), session,
-                         {"join", "192.0.2.2:47810", (dir / "neighbour").string(), "--code",
+                         {"join", "198.51.100.2:47810", (dir / "neighbour").string(), "--code",
                           printed_code(dir / "host0.log", "session code: ").value_or(""), "--duration", "2"},
                          dir / "neighbour.log");
         EXPECT_EQ(outsider->wait(), 0);
@@ -206,8 +206,9 @@ TEST(HomeRouter, HostMapsItsPortByNatPmpAndUpnpAndTheJoinerFollowsThroughTheRout
             EXPECT_LT(stats.mean, 30.0);
         }
         // 4 s leases, renewed every 2 s: the router takes the renewal and still lists the mapping.
-        const std::string request = protocol == "natpmp" ? "port mapping request : 47810->192.0.2.2:47810 udp"
-                                                         : "ext port 47810 to 192.0.2.2:47810 protocol UDP";
+        const std::string request = protocol == "natpmp"
+                                        ? "port mapping request : 47810->198.51.100.2:47810 udp"
+                                        : "ext port 47810 to 198.51.100.2:47810 protocol UDP";
         const std::string renewed = protocol == "natpmp" ? "port mapping renewed (NAT-PMP, lease 4 s)"
                                                          : "port mapping renewed (UPnP, lease 4 s)";
         ASSERT_TRUE(observe_until(
