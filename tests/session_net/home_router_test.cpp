@@ -142,8 +142,13 @@ TEST(HomeRouter, HostMapsItsPortByNatPmpAndUpnpAndTheJoinerFollowsThroughTheRout
                                         "60"};
     };
 
-    // No router answers: the host says so within 3 s; the outside cannot join, the LAN can.
+    // No router answers, not even with an ICMP error (NAT-PMP's port dropped, no UPnP daemon): the host
+    // says so within 3 s; the outside cannot join, the LAN can.
     {
+        const std::string router = "ip netns exec " + namespaces.name("router") + " nft ";
+        ASSERT_TRUE(shell(router + "add table inet silent"));
+        ASSERT_TRUE(shell(router + "'add chain inet silent input { type filter hook input priority 0; }'"));
+        ASSERT_TRUE(shell(router + "add rule inet silent input udp dport 5351 drop"));
         fs::create_directories(dir / "outsider");
         fs::create_directories(dir / "neighbour");
         const auto hostStart = Clock::now();
@@ -167,6 +172,7 @@ TEST(HomeRouter, HostMapsItsPortByNatPmpAndUpnpAndTheJoinerFollowsThroughTheRout
         EXPECT_LT(told, 3s);
         EXPECT_FALSE(has(dir / "outsider.log", "connected to")) << read_file(dir / "outsider.log");
         EXPECT_TRUE(has(dir / "neighbour.log", "connected to")) << read_file(dir / "neighbour.log");
+        ASSERT_TRUE(shell(router + "delete table inet silent"));
     }
 
     for (const std::string protocol : {"natpmp", "upnp"}) {

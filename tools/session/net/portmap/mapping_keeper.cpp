@@ -9,6 +9,7 @@ namespace {
 using std::chrono::nanoseconds;
 constexpr nanoseconds kShortestWait = std::chrono::seconds(1);
 constexpr nanoseconds kNever = nanoseconds::max();
+constexpr std::chrono::seconds kLongestLease = std::chrono::hours(24);
 
 } // namespace
 
@@ -20,13 +21,14 @@ MappingKeeper::MappingKeeper(std::vector<std::unique_ptr<PortMapper>> mappers, u
 
 auto MappingKeeper::take_grant(const PortGrant& grant, nanoseconds now) -> nanoseconds {
     m_view.grant = grant;
+    m_view.grant.lease = std::min(grant.lease, kLongestLease); // a router's word, bounded
     ++m_view.changes;
-    if (grant.lease.count() == 0) {
+    if (m_view.grant.lease.count() == 0) {
         m_view.leaseEnds.reset();
         return kNever;
     }
-    m_view.leaseEnds = now + grant.lease;
-    return now + std::max<nanoseconds>(grant.lease / 2, kShortestWait);
+    m_view.leaseEnds = now + m_view.grant.lease;
+    return now + std::max<nanoseconds>(m_view.grant.lease / 2, kShortestWait);
 }
 
 auto MappingKeeper::ask_all(nanoseconds now, const std::function<nanoseconds()>& clock) -> nanoseconds {

@@ -55,6 +55,10 @@ auto await_answer(natpmp_t* natpmp, natpmpresp_t& response, Clock::time_point de
             std::min<int64_t>(left.count(), int64_t{timeout.tv_sec} * 1'000'000 + timeout.tv_usec);
         timeout.tv_sec = static_cast<decltype(timeout.tv_sec)>(wait / 1'000'000);
         timeout.tv_usec = static_cast<decltype(timeout.tv_usec)>(wait % 1'000'000);
+#ifndef _WIN32
+        if (natpmp->s >= FD_SETSIZE)
+            return Outcome::Silent;
+#endif
         fd_set readable;
         FD_ZERO(&readable);
         FD_SET(natpmp->s, &readable);
