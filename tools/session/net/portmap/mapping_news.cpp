@@ -2,6 +2,8 @@
 
 #include "tools/session/net/portmap/external_address.hpp"
 
+#include <algorithm>
+
 namespace korvath::session_tool {
 
 namespace {

@@ -1,5 +1,7 @@
 #include "tools/session/net/portmap/mapping_thread.hpp"
 
+#include <algorithm>
+
 namespace korvath::session_tool {
 
 namespace {
