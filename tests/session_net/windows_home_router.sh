@@ -25,6 +25,7 @@ if ! bash "$script_dir/home_router_namespaces.sh" up $prefix "$scratch" >"$scrat
     echo "skipped: cannot make network namespaces here: $(cat "$scratch/namespaces.log")"
     exit 77
 fi
+trap 'echo "failed at line $LINENO"; tail -n 20 "$scratch"/*.log' ERR
 bash "$script_dir/home_router_namespaces.sh" check $prefix
 ip netns exec $prefix-home wineserver -p </dev/null >/dev/null 2>&1
 server_in_home=no
@@ -64,7 +65,7 @@ cat "$scratch/host.log"
 
 # With miniupnpd answering UPnP, when it is there: the Windows host maps its port and removes it.
 [ -x /usr/sbin/miniupnpd ] || exit 0
-mappings() { ip netns exec $prefix-router nft list chain inet filter prerouting_miniupnpd; }
+mapped() { [[ $(ip netns exec $prefix-router nft list chain inet filter prerouting_miniupnpd) == *"dport 47810"* ]]; }
 ip netns exec $prefix-router /usr/sbin/miniupnpd -d -f "$scratch/upnp.conf" -P "$scratch/upnp.pid" \
     >"$scratch/daemon.log" 2>&1 &
 daemon=$!
@@ -73,11 +74,14 @@ ip netns exec $prefix-home "$wine" "$exe" host 'Z:'"$scratch/host" --map-lease 4
     >"$scratch/mapped.log" 2>&1 &
 host=$!
 wait_for "$scratch/mapped.log" 300 "korvath-session join 192.0.3.1:47810 DIR --code"
-mappings | grep -q "dport 47810"
+mapped
 wait "$host"
 cat "$scratch/mapped.log"
 grep -q "port mapping renewed (UPnP, lease 4 s)" "$scratch/mapped.log"
 grep -q "port mapping removed" "$scratch/mapped.log"
-! mappings | grep -q "dport 47810"
+if mapped; then
+    echo "the router still lists the mapping after the host ended"
+    exit 1
+fi
 kill "$daemon"
 wait "$daemon" || true

@@ -2,6 +2,8 @@
 
 #include <asio/ip/address_v4.hpp>
 
+#include <algorithm>
+
 namespace korvath::session_tool {
 
 namespace {
@@ -16,7 +18,9 @@ auto in_range(uint32_t address, uint32_t network, int prefix) -> bool {
 } // namespace
 
 auto check_external_address(std::string_view text) -> std::optional<ExternalAddress> {
-    if (text.empty() || text.size() > kLongestAddressText)
+    // Dotted quads only: some systems' parsers also take "1.2.3" or "0x7f.1".
+    if (text.empty() || text.size() > kLongestAddressText || std::ranges::count(text, '.') != 3 ||
+        !std::ranges::all_of(text, [](char c) { return c == '.' || (c >= '0' && c <= '9'); }))
         return std::nullopt;
     asio::error_code error;
     const auto address = asio::ip::make_address_v4(std::string(text), error);
