@@ -2,7 +2,8 @@
 // behind a "router" namespace that masquerades it and runs Debian's miniupnpd; the joiner's sits in an
 // "internet" namespace. Without a mapping the joiner cannot reach the host; with one (NAT-PMP, then
 // UPnP) it joins with the command the host printed, both proxies spawn and follow, the router lists
-// the mapping while the host runs (past its first lease: renewed) and drops it when the host ends.
+// the mapping while the host runs, takes its renewals and drops it when the host ends, or when the
+// lease of a killed host runs out.
 // Needs root, ip, nft and miniupnpd; skips with the reason otherwise.
 
 #include "support/test_support.hpp"
@@ -12,6 +13,7 @@
 
 #include <gtest/gtest.h>
 
+#include <signal.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -226,6 +228,16 @@ TEST(HomeRouter, HostMapsItsPortByNatPmpAndUpnpAndTheJoinerFollowsThroughTheRout
         EXPECT_TRUE(has(hostLog, "port mapping removed")) << read_file(hostLog);
         EXPECT_TRUE(observe_until(3s, [&] { return !mapped(namespaces); })) << namespaces.mappings();
         joiner->terminate(3s);
+        if (protocol == "upnp") { // a host that dies cannot remove its mapping: the lease ends it
+            const fs::path crashedLog = dir / "crashed-host.log";
+            auto crashed = in_namespace(*ip, namespaces.name("home"), session, host_args(), crashedLog);
+            ASSERT_TRUE(observe_until(5s, [&] { return has(crashedLog, "(UPnP, lease 4 s)"); }))
+                << read_file(crashedLog);
+            ASSERT_TRUE(mapped(namespaces));
+            kill(static_cast<pid_t>(crashed->native_handle()), SIGKILL);
+            EXPECT_TRUE(observe_until(8s, [&] { return !mapped(namespaces); })) << namespaces.mappings();
+            EXPECT_FALSE(has(crashedLog, "port mapping removed"));
+        }
         daemon->terminate(3s);
     }
     a.stop(plan.shutdownGrace);
