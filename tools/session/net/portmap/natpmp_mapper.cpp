@@ -80,6 +80,13 @@ auto silent(std::string detail) -> MapAnswer {
     return {MapAnswer::Kind::Silent, {}, std::move(detail)};
 }
 
+// The gateway's silence in words: an ICMP error says that nothing listens for NAT-PMP there.
+auto silence(int error) -> MapAnswer {
+    return silent(error == NATPMP_ERR_NOGATEWAYSUPPORT || error == NATPMP_ERR_RECVFROM
+                      ? "the gateway does not take NAT-PMP"
+                      : "no answer from the gateway");
+}
+
 auto refused(const std::string& what, int error) -> MapAnswer {
     return {MapAnswer::Kind::Refused, {}, what + ": " + strnatpmperr(error)};
 }
@@ -102,7 +109,7 @@ auto NatPmpMapper::map(uint16_t port, std::chrono::seconds lease) -> MapAnswer {
             return silent("cannot send to the gateway");
         switch (await_answer(handle.get(), response, deadline, error)) {
         case Outcome::Silent:
-            return silent("no answer from the gateway");
+            return silence(error);
         case Outcome::Refused:
             return refused("the router refused to tell its outside address", error);
         case Outcome::Answered:
@@ -121,7 +128,7 @@ auto NatPmpMapper::map(uint16_t port, std::chrono::seconds lease) -> MapAnswer {
         return silent("cannot send to the gateway");
     switch (await_answer(handle.get(), response, deadline, error)) {
     case Outcome::Silent:
-        return silent("no answer from the gateway");
+        return silence(error);
     case Outcome::Refused:
         return refused("the router refused the mapping", error);
     case Outcome::Answered:
