@@ -14,6 +14,10 @@ home=$prefix-home router=$prefix-router net=$prefix-net
 
 up() {
     local dir=$1
+    # Namespaces of an earlier run that was killed before it could remove them (its process is gone).
+    for stale in $(ip netns list | sed -n 's/^\(korvathw\{0,1\}[0-9][0-9]*\)-home.*/\1/p'); do
+        kill -0 "${stale//[!0-9]/}" 2>/dev/null || remove "$stale"
+    done
     ip netns add "$home"
     ip netns add "$router"
     ip netns add "$net"
@@ -83,8 +87,8 @@ check() {
     done
 }
 
-down() {
-    for namespace in $home $router $net; do
+remove() {
+    for namespace in $1-home $1-router $1-net; do
         ip netns pids "$namespace" 2>/dev/null | xargs -r kill -9 2>/dev/null || true
         ip netns delete "$namespace" 2>/dev/null || true
     done
@@ -93,6 +97,6 @@ down() {
 case $command in
 up) up "$3" ;;
 check) check ;;
-down) down ;;
+down) remove "$prefix" ;;
 *) echo "usage: $0 up|check|down PREFIX [DIR]" >&2; exit 2 ;;
 esac
