@@ -7,9 +7,8 @@
 // Needs root, ip, nft and miniupnpd; skips with the reason otherwise.
 
 #include "support/test_support.hpp"
+#include "support/walking_games.hpp"
 #include "tools/session/demo/child_process.hpp"
-#include "tools/session/demo/demo_client.hpp"
-#include "tools/session/demo/demo_plan.hpp"
 
 #include <gtest/gtest.h>
 
@@ -124,20 +123,12 @@ TEST(HomeRouter, HostMapsItsPortByNatPmpAndUpnpAndTheJoinerFollowsThroughTheRout
     ASSERT_TRUE(namespaces.isolated()); // before anything is sent
     const std::string session = tool_program("korvath-session").string();
 
-    const st::DemoPrograms programs{tool_program("korvath-sim"), fs::path(KORVATH_MOD_LIBRARY)};
-    const st::DemoOptions demo;
-    const st::DemoPlan plan = st::make_demo_plan(demo);
-    const auto start = Clock::now();
-    const auto now_seconds = [&] { return std::chrono::duration<double>(Clock::now() - start).count(); };
-    st::DemoClient a(st::demo_client_files(dir, st::ClientRole::ClientA));
-    st::DemoClient b(st::demo_client_files(dir, st::ClientRole::ClientB));
-    a.start(programs,
-            {"--ready-after", "0.5", "--duration", "90", "--walk", st::demo_walk_argument(demo, plan)},
-            now_seconds());
-    b.start(programs, {"--ready-after", "0.5", "--duration", "90"}, now_seconds());
+    WalkingGames games(dir);
+    auto& a = games.a;
+    auto& b = games.b;
+    const auto now_seconds = [&] { return games.now_seconds(); };
     const auto observe_until = [&](std::chrono::milliseconds limit, const std::function<bool()>& done) {
-        return wait_until(
-            limit, [&] { return a.observe(), b.observe(), done(); }, 10ms);
+        return games.observe_until(limit, done, 10ms);
     };
     const auto host_args = [&] {
         return std::vector<std::string>{"host", a.files().gameDir.string(), "--map-lease", "4", "--duration",
@@ -240,8 +231,7 @@ TEST(HomeRouter, HostMapsItsPortByNatPmpAndUpnpAndTheJoinerFollowsThroughTheRout
         }
         daemon->terminate(3s);
     }
-    a.stop(plan.shutdownGrace);
-    b.stop(plan.shutdownGrace);
+    games.stop();
 }
 
 } // namespace korvath::test

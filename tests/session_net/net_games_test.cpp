@@ -4,8 +4,7 @@
 #include "support/session_thread.hpp"
 #include "support/test_support.hpp"
 #include "support/udp_impairment_proxy.hpp"
-#include "tools/session/demo/demo_client.hpp"
-#include "tools/session/demo/demo_plan.hpp"
+#include "support/walking_games.hpp"
 
 #include <gtest/gtest.h>
 
@@ -51,17 +50,11 @@ class NetGames : public testing::TestWithParam<bool> {};
 
 TEST_P(NetGames, ProxiesFollowAcrossAnImpairedLinkAndTheOtherSideGoesStaleWhenTheHostEnds) {
     const auto dir = scratch_dir("net-games");
-    const st::DemoPrograms programs{tool_program("korvath-sim"), std::filesystem::path(KORVATH_MOD_LIBRARY)};
-    const st::DemoOptions demo;
-    const st::DemoPlan plan = st::make_demo_plan(demo);
-    const auto start = Clock::now();
-    const auto now_seconds = [&] { return std::chrono::duration<double>(Clock::now() - start).count(); };
-    st::DemoClient a(st::demo_client_files(dir, st::ClientRole::ClientA));
-    st::DemoClient b(st::demo_client_files(dir, st::ClientRole::ClientB));
-    a.start(programs,
-            {"--ready-after", "0.5", "--duration", "90", "--walk", st::demo_walk_argument(demo, plan)},
-            now_seconds());
-    b.start(programs, {"--ready-after", "0.5", "--duration", "90"}, now_seconds());
+    WalkingGames games(dir);
+    auto& a = games.a;
+    auto& b = games.b;
+    const auto now_seconds = [&] { return games.now_seconds(); };
+    const auto& plan = games.plan;
 
     auto host = std::make_unique<SessionThread>(net_options(st::PeerSide::Host, a.files().gameDir, kKey));
     const Impairment impairment{50ms, 20ms, 0.05};
@@ -72,7 +65,7 @@ TEST_P(NetGames, ProxiesFollowAcrossAnImpairedLinkAndTheOtherSideGoesStaleWhenTh
 
     // Every wait below is bounded; the whole run takes about 20 s plus the following time.
     const auto observe_until = [&](std::chrono::milliseconds limit, const std::function<bool()>& done) {
-        return wait_until(limit, [&] { return a.observe(), b.observe(), done(); });
+        return games.observe_until(limit, done);
     };
     ASSERT_TRUE(observe_until(30s, [&] { return a.reports().spawn && b.reports().spawn; }))
         << "A spawned: " << a.reports().spawn.has_value() << ", B spawned: " << b.reports().spawn.has_value();
