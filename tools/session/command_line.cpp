@@ -60,12 +60,13 @@ auto add_command(CLI::App& app, Command& command, std::string name, CommandKind 
 }
 
 // A game folder, appended to the command's in the order given.
-auto add_folder(CLI::App& sub, Command& command, std::string name, std::string help) -> void {
+auto add_folder(CLI::App& sub, Command& command, std::string name, std::string help, bool required = true)
+    -> void {
     sub.add_option_function<std::string>(
            std::move(name),
            [&command](const std::string& dir) { command.gameDirs.push_back(os::utf8_path(dir)); },
            std::move(help))
-        ->required()
+        ->required(required)
         ->type_name("");
 }
 
@@ -209,20 +210,12 @@ auto define_commands(CLI::App& app, Command& command) -> void {
                                "check one or two game folders for what stands in the way of\n"
                                "a session: the host, both mods, the role, the reports");
     add_folder(doctor, command, "DIR", "game folder");
-    doctor
-        .add_option_function<std::string>(
-            "DIR_B", [&command](const std::string& dir) { command.gameDirs.push_back(os::utf8_path(dir)); },
-            "the other game folder")
-        ->type_name("");
+    add_folder(doctor, command, "DIR_B", "the other game folder", false);
     auto& setup = add_command(app, command, "setup", CommandKind::Setup,
                               "install this package into one or two game folders (both\n"
                               "mods, enabled; roles A and B; a start script), then doctor");
     add_folder(setup, command, "DIR_A", "game folder of CLIENT_A");
-    setup
-        .add_option_function<std::string>(
-            "DIR_B", [&command](const std::string& dir) { command.gameDirs.push_back(os::utf8_path(dir)); },
-            "game folder of CLIENT_B")
-        ->type_name("");
+    add_folder(setup, command, "DIR_B", "game folder of CLIENT_B", false);
     setup
         .add_option_function<std::string>(
             "--dll", [&command](const std::string& value) { command.dll = os::utf8_path(value); },
