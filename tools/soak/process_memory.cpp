@@ -8,12 +8,14 @@
 
 namespace korvath::soak {
 
-auto parse_resident_bytes(std::string_view statusText) -> std::optional<uint64_t> {
-    constexpr std::string_view kKey = "\nVmRSS:";
-    const std::size_t at = statusText.find(kKey);
+namespace {
+
+// The value of a "Key:   123 kB" line, in bytes.
+auto kib_line(std::string_view statusText, std::string_view key) -> std::optional<uint64_t> {
+    const std::size_t at = statusText.find(key);
     if (at == std::string_view::npos)
         return std::nullopt;
-    std::string_view rest = statusText.substr(at + kKey.size());
+    std::string_view rest = statusText.substr(at + key.size());
     rest.remove_prefix(std::min(rest.find_first_not_of(" \t"), rest.size()));
     uint64_t kib = 0;
     const auto [end, error] = std::from_chars(rest.data(), rest.data() + rest.size(), kib);
@@ -22,14 +24,24 @@ auto parse_resident_bytes(std::string_view statusText) -> std::optional<uint64_t
     return kib * 1024;
 }
 
-auto resident_bytes(std::intptr_t pid) -> std::optional<uint64_t> {
+} // namespace
+
+auto parse_resident_memory(std::string_view statusText) -> std::optional<ResidentMemory> {
+    const auto total = kib_line(statusText, "\nVmRSS:");
+    if (!total)
+        return std::nullopt;
+    return ResidentMemory{*total, kib_line(statusText, "\nRssAnon:").value_or(0),
+                          kib_line(statusText, "\nRssFile:").value_or(0)};
+}
+
+auto resident_memory(std::intptr_t pid) -> std::optional<ResidentMemory> {
     // /proc files report no size: read them as a stream.
     std::ifstream in("/proc/" + std::to_string(pid) + "/status");
     if (!in)
         return std::nullopt;
     std::ostringstream text;
     text << in.rdbuf();
-    return parse_resident_bytes(text.str());
+    return parse_resident_memory(text.str());
 }
 
 } // namespace korvath::soak

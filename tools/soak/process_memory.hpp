@@ -7,10 +7,16 @@
 
 namespace korvath::soak {
 
-// VmRSS in bytes; nothing when the process is gone or the line is missing.
-auto resident_bytes(std::intptr_t pid) -> std::optional<uint64_t>;
+// In bytes: all of it (VmRSS), and its anonymous (RssAnon: heap, stacks) and file-backed (RssFile: the
+// pages of the program and its libraries that have run or been read) parts.
+struct ResidentMemory {
+    uint64_t total = 0;
+    uint64_t anonymous = 0;
+    uint64_t file = 0;
+};
 
-// The VmRSS line of a /proc status text, in bytes.
-auto parse_resident_bytes(std::string_view statusText) -> std::optional<uint64_t>;
+// Nothing when the process is gone or VmRSS is missing; a missing part reads as 0.
+auto resident_memory(std::intptr_t pid) -> std::optional<ResidentMemory>;
+auto parse_resident_memory(std::string_view statusText) -> std::optional<ResidentMemory>;
 
 } // namespace korvath::soak

@@ -79,16 +79,16 @@ auto SoakClient::flush_commands() -> void {
 }
 
 auto SoakClient::sample_memory(bool warmedUp) -> void {
-    const auto bytes = resident_bytes(m_process->native_handle());
-    if (!bytes)
+    const auto memory = resident_memory(m_process->native_handle());
+    if (!memory)
         return;
     ++m_memory.samples;
-    m_memory.latest = *bytes;
+    m_memory.latest = *memory;
     if (!warmedUp)
         return;
     if (!m_memory.baseline)
-        m_memory.baseline = *bytes;
-    m_memory.most = std::max(m_memory.most, *bytes);
+        m_memory.baseline = *memory;
+    m_memory.most = std::max(m_memory.most, memory->total);
 }
 
 auto SoakClient::exited() -> std::optional<int> {

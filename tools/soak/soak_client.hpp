@@ -4,6 +4,7 @@
 
 #include "tools/session/demo/child_process.hpp"
 #include "tools/session/demo/demo_setup.hpp"
+#include "tools/soak/process_memory.hpp"
 #include "tools/soak/soak_checks.hpp"
 #include "tools/soak/world_snapshots.hpp"
 
@@ -19,12 +20,12 @@
 namespace korvath::soak {
 
 struct MemoryFigures {
-    std::optional<uint64_t> baseline; // bytes, the first sample after the warm-up
-    uint64_t latest = 0;
-    uint64_t most = 0; // the largest sample after the warm-up
+    std::optional<ResidentMemory> baseline; // bytes, the first sample after the warm-up
+    ResidentMemory latest;
+    uint64_t most = 0; // the largest total after the warm-up
     uint64_t samples = 0;
     auto growth() const -> int64_t {
-        return baseline ? static_cast<int64_t>(most) - static_cast<int64_t>(*baseline) : 0;
+        return baseline ? static_cast<int64_t>(most) - static_cast<int64_t>(baseline->total) : 0;
     }
 };
 

@@ -270,6 +270,7 @@ auto SoakRun::finish(double now) -> int {
         const bool unloaded = fs::exists(exchange / "cpp_mod_unloaded.txt", error);
         const CheckFigures& f = game.checks().figures();
         const MemoryFigures& m = game.memory();
+        const ResidentMemory base = m.baseline.value_or(ResidentMemory{});
         std::snprintf(line, sizeof line,
                       "soak: game %s: %" PRIu64 " world snapshots (%" PRIu64
                       " with a proxy), proxy appeared %" PRIu64 " times, most proxies at once %d\n",
@@ -290,9 +291,12 @@ auto SoakRun::finish(double now) -> int {
         m_out << line;
         std::snprintf(line, sizeof line,
                       "soak: game %s: resident memory %.2f MiB after the warm-up, largest %.2f MiB, growth "
-                      "%.3f MiB (%" PRIu64 " samples)\n",
-                      game.files().name.c_str(), mib(static_cast<int64_t>(m.baseline.value_or(0))),
-                      mib(static_cast<int64_t>(m.most)), mib(m.growth()), m.samples);
+                      "%.3f MiB (%" PRIu64 " samples); from the warm-up to the last sample, anonymous "
+                      "%+.3f MiB, file-backed %+.3f MiB\n",
+                      game.files().name.c_str(), mib(static_cast<int64_t>(base.total)),
+                      mib(static_cast<int64_t>(m.most)), mib(m.growth()), m.samples,
+                      mib(static_cast<int64_t>(m.latest.anonymous) - static_cast<int64_t>(base.anonymous)),
+                      mib(static_cast<int64_t>(m.latest.file) - static_cast<int64_t>(base.file)));
         m_out << line;
         for (const auto& problem : game.checks().problems())
             m_out << "soak: problem: " << problem << "\n";
