@@ -6,6 +6,7 @@
 #include "tools/session/exchange/remote_player_row.hpp"
 #include "tools/session/link/pose_predictor.hpp"
 #include "tools/session/link/predicting_link.hpp"
+#include "tools/session/link/row_schedule.hpp"
 #include "tools/session/link/sample_clock.hpp"
 
 #include <gtest/gtest.h>
@@ -48,12 +49,14 @@ auto distance(const tool::PlayerPose& a, const tool::PlayerPose& b) -> double {
     return std::hypot(double(a.x) - double(b.x), double(a.y) - double(b.y), double(a.z) - double(b.z));
 }
 
-// Samples every 100 ms up to `last`, then the prediction at `now`.
-auto predict_after(const Path& path, double last, double now, const tool::PredictorSettings& settings = {})
+// Samples every `period` seconds up to `last`, each timed `jitter` seconds off, alternately late and
+// early (as whole-millisecond stamps of a frame's pose are); then the prediction at `now`.
+auto predict_after(const Path& path, double last, double now, double period = 0.1, double jitter = 0.0)
     -> tool::PlayerPose {
-    tool::PosePredictor predictor(settings);
-    for (double t = 0.0; t <= last + 1e-9; t += 0.1)
-        predictor.add(path(t), at_seconds(t));
+    tool::PosePredictor predictor;
+    int index = 0;
+    for (double t = 0.0; t <= last + 1e-9; t += period, ++index)
+        predictor.add(path(t), at_seconds(t + (index % 2 == 0 ? jitter : -jitter)));
     return predictor.predict(at_seconds(now)).value();
 }
 
@@ -64,18 +67,24 @@ TEST(PosePredictor, PredictsWalksAndTurnsAheadByTheLagAndStopsWithThePlayer) {
         Path path;
         double last, now, ahead; // latest sample, prediction time, the time the prediction stands for
         double within;           // units
+        double period = 0.1, jitter = 0.0;
     };
+    const double frame = 1.0 / 60;
     const Case cases[] = {
         {"circle, fresh sample", circle, 3.0, 3.0, 3.0 + lag, 0.5},
         {"circle, sample 90 ms old", circle, 3.0, 3.09, 3.09 + lag, 0.5},
+        {"circle, 60 samples a second 1 ms off", circle, 60 * frame, 60 * frame, 60 * frame + lag, 2.5, frame,
+         0.001},
         {"straight on", walk_and_stop, 1.0, 1.05, 1.05 + lag, 0.01},
         {"the stop seen in one sample: slowing to a halt", walk_and_stop, 2.0, 2.0, 2.0, 3.0},
         {"the stop seen in two samples", walk_and_stop, 2.1, 2.15, 2.0, 0.01},
+        {"the stop seen in two samples 17 ms apart", walk_and_stop, 119 * frame, 119 * frame, 2.0, 0.01,
+         frame},
         {"lead capped at 350 ms", walk_and_stop, 1.0, 1.22, 1.35, 0.01},
         {"samples stopped: the latest as it is", walk_and_stop, 1.0, 1.26, 1.0, 0.0},
     };
     for (const auto& c : cases) {
-        const auto predicted = predict_after(c.path, c.last, c.now);
+        const auto predicted = predict_after(c.path, c.last, c.now, c.period, c.jitter);
         EXPECT_LE(distance(predicted, c.path(c.ahead)), c.within) << c.name;
         EXPECT_NEAR(std::remainder(predicted.yaw - c.path(c.ahead).yaw, 360.0), 0.0, 0.2) << c.name;
         EXPECT_LE(std::abs(predicted.yaw), 180.0F) << c.name;
@@ -113,6 +122,36 @@ TEST(SampleClock, StampsLandOnTheRelaysClockByTheShortestDelaySeenAndARestartSta
     EXPECT_EQ(clock.place(INT64_MAX, 9100ms), 9100ms);    // never later than the read
 }
 
+TEST(RowSchedule, WritesAMovingPoseEveryPeriodASurpriseAtOnceAndAStandingOneToStayFresh) {
+    struct Case {
+        const char* name;
+        tool::PlayerPose pose;
+        nanoseconds at;
+        bool due;
+    };
+    // Rows at 0 and 30 ms walking along x at 300 units/s (9 units a period), then the next looks.
+    const Case cases[] = {
+        {"on course within the period", pose(10, 0, 0), 40ms, false},
+        {"on course a period on", pose(18, 0, 0), 58ms, true},
+        {"fast but on course", pose(20, 0, 0), 40ms, false},
+        {"off course: the prediction fell back at a stop", pose(-5, 0, 0), 40ms, true},
+        {"off course: a turn", pose(12, 14, 0), 40ms, true},
+        {"a new map", pose(10, 0, 0, "Map_B"), 40ms, true},
+        {"turned in place a period on", pose(9, 0, 10), 60ms, true},
+        {"the same pose a period on", pose(9, 0, 0), 60ms, false},
+        {"the same pose half a second on", pose(9, 0, 0), 530ms, true},
+    };
+    for (const auto& c : cases) {
+        tool::RowSchedule schedule;
+        EXPECT_TRUE(schedule.due(pose(0, 0, 0), 0ms));
+        schedule.written(pose(0, 0, 0), 0ms);
+        schedule.written(pose(9, 0, 0), 30ms);
+        EXPECT_EQ(schedule.due(c.pose, c.at), c.due) << c.name;
+        schedule.forget();
+        EXPECT_TRUE(schedule.due(c.pose, c.at)) << c.name;
+    }
+}
+
 TEST(PredictingLink, WritesTheSampleAheadWhenPredictingAndAsItIsWhenNot) {
     const fs::path from = scratch_dir("from"), to = scratch_dir("to");
     const fs::path local = from / "KorvathOnline" / "local_state.tsv";
@@ -125,9 +164,10 @@ TEST(PredictingLink, WritesTheSampleAheadWhenPredictingAndAsItIsWhenNot) {
     };
 
     // Stamped samples 100 ms apart, each read 10 ms after it was taken: the clocks' offset comes from
-    // the reads, so they count as read at once.
-    const double lag = std::chrono::duration<double>(tool::mod_follow_lag()).count();
-    const double spawnLag = std::chrono::duration<double>(tool::mod_spawn_lag()).count();
+    // the reads, so they count as read at once. Rows lead by the mod's lag and their own mean age.
+    const auto in_s = [](nanoseconds value) { return std::chrono::duration<double>(value).count(); };
+    const double lag = in_s(tool::mod_follow_lag() + tool::kRowMeanAge);
+    const double spawnLag = in_s(tool::mod_spawn_lag() + tool::kRowMeanAge);
     write_file(local, "0\t0\t100\t0\tMap_A\t1000\t1\n");
     EXPECT_EQ(predicting.step(fileNow, 1010ms), tool::RelayOutcome::Relayed);
     EXPECT_EQ(read_file(remote), row(0)); // one sample: nothing to go by
@@ -135,9 +175,12 @@ TEST(PredictingLink, WritesTheSampleAheadWhenPredictingAndAsItIsWhenNot) {
     predicting.step(fileNow, 1110ms);
     EXPECT_EQ(read_file(remote), row(30 + 300 * spawnLag)); // no proxy yet: it will spawn on the row
     write_file(to / "KorvathOnline" / "cpp_phase5g_spawn.txt", "spawned\n");
-    predicting.step(fileNow, 1120ms); // the same sample again: the lead grows, by the smoothing too
-    EXPECT_EQ(read_file(remote), row(30 + 300 * (lag + 0.010)));
-    plain.step(fileNow, 1120ms);
+    // Within a row period the row stands; the spawn shows at the next look at the reports.
+    EXPECT_EQ(predicting.step(fileNow, 1120ms), tool::RelayOutcome::Relayed);
+    EXPECT_EQ(read_file(remote), row(30 + 300 * spawnLag));
+    predicting.step(fileNow, 1210ms); // the same sample again: the lead grows, by the smoothing too
+    EXPECT_EQ(read_file(remote), row(30 + 300 * (lag + 0.100)));
+    plain.step(fileNow, 1220ms);
     EXPECT_EQ(read_file(remote), row(30));
 
     // Without stamps, a rewrite of the file is a new sample, timed by the file: 10 ms old when read.

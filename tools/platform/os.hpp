@@ -48,6 +48,8 @@ auto open_file(const std::filesystem::path& path, const char* mode) -> std::FILE
 // writes, renames and deletions meanwhile (on Windows every share flag), so a reader never makes the
 // mod's replacement of a report fail.
 auto read_shared(const std::filesystem::path& path) -> std::optional<std::string>;
+// The same, stopping once more than `limit` bytes are in.
+auto read_shared_prefix(const std::filesystem::path& path, std::size_t limit) -> std::optional<std::string>;
 
 // The most memory this process has held resident so far, in bytes; nothing when the system cannot say.
 auto peak_resident_bytes() -> std::optional<uint64_t>;

@@ -61,6 +61,10 @@ auto open_file(const std::filesystem::path& path, const char* mode) -> std::FILE
 }
 
 auto read_shared(const std::filesystem::path& path) -> std::optional<std::string> {
+    return read_shared_prefix(path, SIZE_MAX);
+}
+
+auto read_shared_prefix(const std::filesystem::path& path, std::size_t limit) -> std::optional<std::string> {
     // Non-blocking, so that a FIFO in the file's place cannot stall the reader; and only a regular file is
     // read, so that a link to an endless device (/dev/zero) cannot fill memory.
     const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK);
@@ -71,7 +75,7 @@ auto read_shared(const std::filesystem::path& path) -> std::optional<std::string
     if (::fstat(fd, &info) == 0 && S_ISREG(info.st_mode)) {
         content.emplace();
         char buffer[65536];
-        for (;;) {
+        while (content->size() <= limit) {
             const ssize_t got = ::read(fd, buffer, sizeof buffer);
             if (got > 0) {
                 content->append(buffer, static_cast<std::size_t>(got));

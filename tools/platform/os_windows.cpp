@@ -79,6 +79,10 @@ auto open_file(const std::filesystem::path& path, const char* mode) -> std::FILE
 }
 
 auto read_shared(const std::filesystem::path& path) -> std::optional<std::string> {
+    return read_shared_prefix(path, SIZE_MAX);
+}
+
+auto read_shared_prefix(const std::filesystem::path& path, std::size_t limit) -> std::optional<std::string> {
     const HANDLE file =
         CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
                     nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
@@ -88,7 +92,7 @@ auto read_shared(const std::filesystem::path& path) -> std::optional<std::string
     char buffer[65536];
     DWORD got = 0;
     bool ok = true;
-    while ((ok = ReadFile(file, buffer, sizeof buffer, &got, nullptr)) && got > 0)
+    while (content.size() <= limit && (ok = ReadFile(file, buffer, sizeof buffer, &got, nullptr)) && got > 0)
         content.append(buffer, got);
     CloseHandle(file);
     if (!ok)

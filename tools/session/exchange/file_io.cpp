@@ -9,9 +9,9 @@ namespace korvath::session_tool {
 
 namespace fs = std::filesystem;
 
-auto read_whole_file(const fs::path& path) -> std::optional<std::string> {
+auto read_whole_file(const fs::path& path, std::size_t limit) -> std::optional<std::string> {
     try {
-        return os::read_shared(path);
+        return os::read_shared_prefix(path, limit);
     } catch (...) {
         return std::nullopt;
     }
@@ -31,20 +31,23 @@ auto read_if_rewritten(const fs::path& path, std::optional<fs::file_time_type>& 
 
 auto write_file_atomically(const fs::path& target, std::string_view content) -> bool {
     try {
-        std::error_code error;
-        fs::create_directories(target.parent_path(), error);
         fs::path temporary = target;
         temporary += kTemporarySuffix;
-        {
-            std::ofstream out(temporary, std::ios::binary | std::ios::trunc);
+        std::ofstream out(temporary, std::ios::binary | std::ios::trunc);
+        if (!out) {
+            // The folder is made only when missing, not looked at before every write.
+            std::error_code error;
+            fs::create_directories(target.parent_path(), error);
+            out.open(temporary, std::ios::binary | std::ios::trunc);
             if (!out)
                 return false;
-            out.write(content.data(), static_cast<std::streamsize>(content.size()));
-            out.close();
-            if (!out) {
-                fs::remove(temporary, error);
-                return false;
-            }
+        }
+        out.write(content.data(), static_cast<std::streamsize>(content.size()));
+        out.close();
+        std::error_code error;
+        if (!out) {
+            fs::remove(temporary, error);
+            return false;
         }
         fs::rename(temporary, target, error);
         if (error) {

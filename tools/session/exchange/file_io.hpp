@@ -1,6 +1,7 @@
 #pragma once
 // The tool's file primitives. None of them throws; failures come back as nothing or false.
 
+#include <cstdint>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -9,8 +10,10 @@
 
 namespace korvath::session_tool {
 
-// The whole file as raw bytes; nothing when it is missing or cannot be read.
-auto read_whole_file(const std::filesystem::path& path) -> std::optional<std::string>;
+// The whole file as raw bytes (or its first `limit` bytes and more when it is longer); nothing when it is
+// missing or cannot be read.
+auto read_whole_file(const std::filesystem::path& path, std::size_t limit = SIZE_MAX)
+    -> std::optional<std::string>;
 
 // The file's content with its last-write time, when it was rewritten since `seen` and did not change
 // while it was read; `seen` then becomes that time.

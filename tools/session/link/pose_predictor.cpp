@@ -16,6 +16,10 @@ constexpr double kFastest = 5000.0;                   // units/s; above this the
 constexpr double kFastestTurn = 2 * std::numbers::pi; // rad/s, a whole turn a second
 constexpr double kFastestYawRate = 360.0;             // degrees/s
 constexpr int kIntegrationSteps = 8;
+constexpr double kStill = 0.01; // units between two samples of a player who stands
+// A chord this much slower than the one before shows slowing; less is the jitter of sample times (a
+// millisecond on a 40 ms chord is 2.5%).
+constexpr double kSlowingShare = 0.15;
 
 struct Point {
     double x, y, z, yaw;
@@ -59,17 +63,27 @@ auto PosePredictor::add(const PlayerPose& pose, nanoseconds takenAt) -> void {
     m_count = std::min(m_count + 1, m_samples.size());
 }
 
+auto PosePredictor::chord_start(std::size_t end) const -> std::optional<std::size_t> {
+    if (end + 1 >= m_count)
+        return std::nullopt;
+    std::size_t start = end + 1;
+    while (start + 1 < m_count && sample(end).at - sample(start).at < kShortestChord)
+        ++start;
+    return start;
+}
+
 auto PosePredictor::predict(nanoseconds now, nanoseconds lag) const -> std::optional<PlayerPose> {
     if (m_count == 0)
         return std::nullopt;
     const Sample& s2 = sample(0);
-    if (m_count < 2)
+    const auto start = chord_start(0);
+    if (!start)
         return s2.pose;
-    const Sample& s1 = sample(1);
+    const Sample& s1 = sample(*start);
     const double dt21 = seconds(s2.at - s1.at);
     const auto staleAfter =
-        std::max(m_settings.minStale,
-                 std::chrono::duration_cast<nanoseconds>((s2.at - s1.at) * m_settings.staleIntervals));
+        std::max(m_settings.minStale, std::chrono::duration_cast<nanoseconds>(
+                                          (s2.at - s1.at) * m_settings.staleIntervals / double(*start)));
     if (now - s2.at > staleAfter)
         return s2.pose;
 
@@ -78,16 +92,26 @@ auto PosePredictor::predict(nanoseconds now, nanoseconds lag) const -> std::opti
     const double vx = (p2.x - p1.x) / dt21;
     const double vy = (p2.y - p1.y) / dt21;
     const double vz = (p2.z - p1.z) / dt21;
-    const double speed = std::hypot(vx, vy);
+    double speed = std::hypot(vx, vy);
     if (speed > kFastest)
         return s2.pose; // a jump, not a walk
     const double heading = std::atan2(vy, vx);
-    const double yawRate = std::clamp(wrap(p2.yaw - p1.yaw, 360.0) / dt21, -kFastestYawRate, kFastestYawRate);
+    // The player stood still since the sample before the latest: stopped, whatever the chord says, and
+    // turning (if at all) as in that last interval.
+    const Sample& previous = sample(1);
+    const Point p1Last = point(previous.pose);
+    const bool stopped = std::hypot(p2.x - p1Last.x, p2.y - p1Last.y, p2.z - p1Last.z) < kStill;
+    const double yawRate =
+        stopped ? std::clamp(wrap(p2.yaw - p1Last.yaw, 360.0) / seconds(s2.at - previous.at),
+                             -kFastestYawRate, kFastestYawRate)
+                : std::clamp(wrap(p2.yaw - p1.yaw, 360.0) / dt21, -kFastestYawRate, kFastestYawRate);
+    if (stopped)
+        speed = 0.0;
     double turnRate = 0.0;  // rad/s
     double speedRate = 0.0; // units/s², never above 0: a slowing player is expected to stop
-    if (m_count == 3) {
-        const double dt10 = seconds(s1.at - sample(2).at);
-        const Point p0 = point(sample(2).pose);
+    if (const auto before = chord_start(*start); before && !stopped) {
+        const double dt10 = seconds(s1.at - sample(*before).at);
+        const Point p0 = point(sample(*before).pose);
         const double earlierSpeed = std::hypot(p1.x - p0.x, p1.y - p0.y) / dt10;
         const double between = (dt21 + dt10) / 2; // from the middle of one chord to the middle of the next
         if (speed > kSlowest && earlierSpeed > kSlowest) {
@@ -95,7 +119,8 @@ auto PosePredictor::predict(nanoseconds now, nanoseconds lag) const -> std::opti
             turnRate = std::clamp(wrap(heading - earlierHeading, 2 * std::numbers::pi) / between,
                                   -kFastestTurn, kFastestTurn);
         }
-        speedRate = std::min(0.0, (speed - earlierSpeed) / between);
+        if (speed < earlierSpeed * (1 - kSlowingShare))
+            speedRate = (speed - earlierSpeed) / between;
     }
 
     const double lead = std::clamp(seconds(now + lag - s2.at), 0.0, seconds(m_settings.maxLead));

@@ -2,9 +2,12 @@
 // Where a player will be when the other side's proxy gets there. The mod shows a remote pose late: it
 // reads remote_players.tsv at its next poll, moves the proxy a fixed share of the gap per step and
 // holds it between steps. From the player's last samples the predictor extrapolates the pose over the
-// sample's age plus that lag: speed and heading from the last two samples, turn rate and (only when
-// slowing) the change of speed from the last three, yaw from its own rate. All times are the caller's
-// clock, in nanoseconds; the predictor reads no clock.
+// sample's age plus that lag: speed and heading from a chord of at least kShortestChord ending at the
+// latest sample, turn rate and (only when slowing) the change of speed from the chord before it, yaw
+// from its own rate. Samples may come at any pace (the tracker's follows the game's frames): a chord
+// spans several of them when they are close together, so that the jitter of their times does not
+// become speed. A latest sample where the one before it stood shows a stop at once. All times are the
+// caller's clock, in nanoseconds; the predictor reads no clock.
 
 #include "tools/session/exchange/player_pose.hpp"
 
@@ -17,7 +20,7 @@ namespace korvath::session_tool {
 
 // The mod's delay from a row in remote_players.tsv to the proxy standing on average at that pose: half
 // a poll interval of waiting, the smoothing's lag of (1 - share) / share steps, half a step of holding
-// still. The relay's own rewrite period (10 ms) is left out, small against the rest.
+// still. The age of the row itself when the mod reads it is the writer's to add (see row_schedule.hpp).
 inline constexpr std::chrono::nanoseconds kModPollInterval = std::chrono::milliseconds(75);
 inline constexpr std::chrono::nanoseconds kModStepInterval = std::chrono::milliseconds(50);
 inline constexpr double kModSmoothingShare = 0.35;
@@ -32,6 +35,11 @@ struct PredictorSettings {
     std::chrono::nanoseconds minStale = std::chrono::milliseconds(200); // no sample for longer than
     double staleIntervals = 2.5; // this many sample intervals (at least minStale): no prediction
 };
+
+// Speed and heading come from samples at least this far apart.
+inline constexpr std::chrono::nanoseconds kShortestChord = std::chrono::milliseconds(40);
+// Samples kept: enough for two shortest chords at 60 samples a second.
+inline constexpr std::size_t kPredictorHistory = 8;
 
 class PosePredictor {
 public:
@@ -58,12 +66,17 @@ private:
         PlayerPose pose;
         std::chrono::nanoseconds at{};
     };
-    auto sample(std::size_t back) const -> const Sample& { return m_samples[(m_next + 3 - 1 - back) % 3]; }
+    auto sample(std::size_t back) const -> const Sample& {
+        return m_samples[(m_next + kPredictorHistory - 1 - back) % kPredictorHistory];
+    }
+    // How far back the chord that ends at sample `end` starts: the newest sample at least kShortestChord
+    // before it, else the oldest held; nothing when `end` is the oldest.
+    auto chord_start(std::size_t end) const -> std::optional<std::size_t>;
 
     PredictorSettings m_settings;
-    std::array<Sample, 3> m_samples{};
+    std::array<Sample, kPredictorHistory> m_samples{};
     std::size_t m_next = 0;  // where the next sample goes
-    std::size_t m_count = 0; // samples held, up to 3
+    std::size_t m_count = 0; // samples held, up to kPredictorHistory
 };
 
 } // namespace korvath::session_tool

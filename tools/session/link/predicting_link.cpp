@@ -4,13 +4,14 @@ namespace korvath::session_tool {
 
 auto PredictingLink::step(std::filesystem::file_time_type fileNow, std::chrono::nanoseconds now)
     -> RelayOutcome {
-    const RelaySource source = read_relay_source(m_link, fileNow);
+    const RelaySource source = m_source.read(fileNow);
     if (!source.sample) {
         m_row.clear(false);
+        m_schedule.forget();
         return source.outcome;
     }
     if (!m_predict)
-        return write_relay_row(m_link, source.sample->pose);
+        return write_when_due(source.sample->pose, now);
 
     const auto& stamp = source.sample->stamp;
     const auto written = fileNow - source.age;
@@ -23,7 +24,18 @@ auto PredictingLink::step(std::filesystem::file_time_type fileNow, std::chrono::
     }
     m_lastStamp = stamp;
     m_lastWrite = written;
-    return write_relay_row(m_link, m_row.pose_at(now, source.sample->pose));
+    return write_when_due(m_row.pose_at(now, source.sample->pose), now);
+}
+
+auto PredictingLink::write_when_due(const PlayerPose& pose, std::chrono::nanoseconds now) -> RelayOutcome {
+    if (!m_schedule.due(pose, now))
+        return RelayOutcome::Relayed;
+    const RelayOutcome outcome = write_relay_row(m_link, pose);
+    if (outcome == RelayOutcome::Relayed)
+        m_schedule.written(pose, now);
+    else
+        m_schedule.forget();
+    return outcome;
 }
 
 } // namespace korvath::session_tool

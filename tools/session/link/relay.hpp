@@ -9,13 +9,15 @@
 
 namespace korvath::session_tool {
 
-inline constexpr int kPredictingRelayHz = 100; // a prediction is never more than 10 ms old
-inline constexpr int kPlainRelayHz = 20;       // twice the rate at which a game writes its local state
+// Looks at the local states a second: a new sample is seen within 10 ms. Rows are written only as
+// the row schedule asks (row_schedule.hpp), some 33 a second per direction while a player walks.
+inline constexpr int kPredictingRelayHz = 100;
+inline constexpr int kPlainRelayHz = 20; // without prediction, each sample as it is
 
 struct RelayOptions {
     std::filesystem::path gameDirA; // CLIENT_A's game folder
     std::filesystem::path gameDirB; // CLIENT_B's game folder
-    int hz = 0;          // rows written a second; 0: kPredictingRelayHz, or kPlainRelayHz without prediction
+    int hz = 0;          // looks a second; 0: kPredictingRelayHz, or kPlainRelayHz without prediction
     bool predict = true; // write where the player will be when the proxy gets there
     std::optional<std::chrono::nanoseconds> duration; // nothing: until SIGINT/SIGTERM
 };

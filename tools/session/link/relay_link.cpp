@@ -13,18 +13,22 @@ auto read_relay_source(const RelayLink& link, std::filesystem::file_time_type no
         return {std::nullopt, {}, RelayOutcome::Missing};
     if (*age > kLocalStateMaxAge)
         return {std::nullopt, {}, RelayOutcome::Stale};
-    // A local state is one short line; the relay reads it up to 100 times a second, so a huge file is
-    // refused rather than read.
-    std::error_code error;
-    if (const auto size = std::filesystem::file_size(source, error); !error && size > kLargestLocalState)
-        return {std::nullopt, {}, RelayOutcome::Invalid};
-    const auto content = read_whole_file(source);
+    return read_relay_file(link, *age);
+}
+
+auto read_relay_file(const RelayLink& link, std::filesystem::file_time_type::duration age) -> RelaySource {
+    const auto source = exchange_dir_of(link.fromGameDir) / kLocalStateFile;
+    // A local state is one short line, read as often as the tracker writes it: a huge file is refused
+    // after its first kLargestLocalState bytes.
+    const auto content = read_whole_file(source, kLargestLocalState);
     if (!content)
         return {std::nullopt, {}, RelayOutcome::Missing};
+    if (content->size() > kLargestLocalState)
+        return {std::nullopt, {}, RelayOutcome::Invalid};
     auto sample = parse_local_state_sample(*content);
     if (!sample)
         return {std::nullopt, {}, RelayOutcome::Invalid};
-    return {std::move(sample), *age, RelayOutcome::Relayed};
+    return {std::move(sample), age, RelayOutcome::Relayed};
 }
 
 auto write_relay_row(const RelayLink& link, const PlayerPose& pose) -> RelayOutcome {

@@ -17,7 +17,7 @@ namespace korvath::session_tool {
 // A local state last written longer ago than this is no longer relayed (the mod's own limit).
 inline constexpr std::chrono::seconds kLocalStateMaxAge{3};
 // A local_state.tsv larger than this is not read (its one row is some 60 bytes).
-inline constexpr std::uintmax_t kLargestLocalState = 64 * 1024;
+inline constexpr std::size_t kLargestLocalState = 64 * 1024;
 
 struct RelayLink {
     std::filesystem::path fromGameDir; // whose local_state.tsv is read
@@ -40,6 +40,8 @@ struct RelaySource {
     RelayOutcome outcome = RelayOutcome::Relayed;
 };
 auto read_relay_source(const RelayLink& link, std::filesystem::file_time_type now) -> RelaySource;
+// The read of a file last written `age` ago, within the age limit.
+auto read_relay_file(const RelayLink& link, std::filesystem::file_time_type::duration age) -> RelaySource;
 auto write_relay_row(const RelayLink& link, const PlayerPose& pose) -> RelayOutcome;
 
 // The two directions between client A and client B: A's pose to B first, then B's pose to A.

@@ -1,12 +1,18 @@
 #include "tools/session/link/row_predictor.hpp"
 
 #include "tools/session/exchange/proxy_presence.hpp"
+#include "tools/session/link/row_schedule.hpp"
 
 namespace korvath::session_tool {
 
-auto RowPredictor::pose_at(std::chrono::nanoseconds now, const PlayerPose& latest) const -> PlayerPose {
+auto RowPredictor::pose_at(std::chrono::nanoseconds now, const PlayerPose& latest) -> PlayerPose {
+    if (!m_presenceAt || now - *m_presenceAt >= kPresenceCheck || now < *m_presenceAt) {
+        m_proxyShown = proxy_shown(m_gameDir);
+        m_presenceAt = now;
+    }
+    const auto readAt = now + kRowMeanAge;
     const auto predicted =
-        proxy_shown(m_gameDir) ? m_predictor.predict(now) : m_predictor.predict(now, mod_spawn_lag());
+        m_proxyShown ? m_predictor.predict(readAt) : m_predictor.predict(readAt, mod_spawn_lag());
     return predicted.value_or(latest);
 }
 

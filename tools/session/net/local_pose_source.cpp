@@ -3,11 +3,12 @@
 namespace korvath::session_tool {
 
 LocalPoseSource::LocalPoseSource(std::filesystem::path gameDir, std::string playerId, std::string displayName)
-    : m_link{std::move(gameDir), {}, std::move(playerId), std::move(displayName)} {}
+    : m_link{std::move(gameDir), {}, std::move(playerId), std::move(displayName)}
+    , m_watch(m_link) {}
 
 auto LocalPoseSource::read(std::filesystem::file_time_type fileNow, std::chrono::nanoseconds now)
     -> std::optional<PosePayload> {
-    const RelaySource source = read_relay_source(m_link, fileNow);
+    const RelaySource source = m_watch.read(fileNow);
     m_outcome = source.outcome;
     if (!source.sample)
         return std::nullopt;

@@ -2,6 +2,7 @@
 // The pose this side sends: its game's local_state.tsv, read by the relay's rules, with the time the
 // pose was taken on this side's clock (from the row's sample stamp, or else the file's last write).
 
+#include "tools/session/link/local_state_watch.hpp"
 #include "tools/session/link/relay_link.hpp"
 #include "tools/session/link/sample_clock.hpp"
 #include "tools/session/net/packet.hpp"
@@ -25,6 +26,7 @@ public:
 
 private:
     RelayLink m_link;
+    LocalStateWatch m_watch;
     SampleClock m_clock;
     std::optional<SampleStamp> m_lastStamp;
     std::optional<std::filesystem::file_time_type> m_lastWrite;

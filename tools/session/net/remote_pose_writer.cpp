@@ -38,12 +38,20 @@ auto RemotePoseWriter::write(nanoseconds now) -> WriteOutcome {
     if (!m_latest || !m_lastPoseAt || now - *m_lastPoseAt > kRemotePoseTimeout)
         return WriteOutcome::Idle;
     const PlayerPose pose = m_predict ? m_row.pose_at(now, m_latest->pose) : m_latest->pose;
+    if (!m_schedule.due(pose, now))
+        return WriteOutcome::Held;
     const auto row = format_remote_player_row(m_latest->playerId, m_latest->displayName, pose);
-    return write_file_atomically(m_file, row) ? WriteOutcome::Written : WriteOutcome::Failed;
+    if (!write_file_atomically(m_file, row)) {
+        m_schedule.forget();
+        return WriteOutcome::Failed;
+    }
+    m_schedule.written(pose, now);
+    return WriteOutcome::Written;
 }
 
 auto RemotePoseWriter::clear() -> void {
     m_row.clear(true);
+    m_schedule.forget();
     m_latest.reset();
     m_lastPoseAt.reset();
 }

@@ -4,6 +4,7 @@
 // come for kRemotePoseTimeout, nothing more is written, so the mod sees the file go stale.
 
 #include "tools/session/link/row_predictor.hpp"
+#include "tools/session/link/row_schedule.hpp"
 #include "tools/session/net/packet.hpp"
 
 #include <chrono>
@@ -26,7 +27,8 @@ inline auto network_predictor_settings() -> PredictorSettings {
     return settings;
 }
 
-enum class WriteOutcome { Written, Idle, Failed };
+// Held: the row written before still stands (see row_schedule.hpp).
+enum class WriteOutcome { Written, Held, Idle, Failed };
 
 class RemotePoseWriter {
 public:
@@ -48,6 +50,7 @@ private:
     std::filesystem::path m_file;
     bool m_predict;
     RowPredictor m_row;
+    RowSchedule m_schedule;
     std::optional<PosePayload> m_latest;
     std::optional<std::chrono::nanoseconds> m_lastPoseAt;
 };
