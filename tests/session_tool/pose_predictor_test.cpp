@@ -129,23 +129,23 @@ TEST(RowSchedule, WritesAMovingPoseEveryPeriodASurpriseAtOnceAndAStandingOneToSt
         nanoseconds at;
         bool due;
     };
-    // Rows at 0 and 30 ms walking along x at 300 units/s (9 units a period), then the next looks.
+    // Rows at 0 and 40 ms walking along x at 300 units/s (12 units a period), then the next looks.
     const Case cases[] = {
-        {"on course within the period", pose(10, 0, 0), 40ms, false},
-        {"on course a period on", pose(18, 0, 0), 58ms, true},
-        {"fast but on course", pose(20, 0, 0), 40ms, false},
-        {"off course: the prediction fell back at a stop", pose(-5, 0, 0), 40ms, true},
-        {"off course: a turn", pose(12, 14, 0), 40ms, true},
-        {"a new map", pose(10, 0, 0, "Map_B"), 40ms, true},
-        {"turned in place a period on", pose(9, 0, 10), 60ms, true},
-        {"the same pose a period on", pose(9, 0, 0), 60ms, false},
-        {"the same pose half a second on", pose(9, 0, 0), 530ms, true},
+        {"on course within the period", pose(15, 0, 0), 50ms, false},
+        {"on course a period on", pose(23, 0, 0), 78ms, true},
+        {"faster, still on course", pose(20, 0, 0), 50ms, false},
+        {"off course: the prediction fell back at a stop", pose(-5, 0, 0), 50ms, true},
+        {"off course: a turn", pose(15, 14, 0), 50ms, true},
+        {"a new map", pose(15, 0, 0, "Map_B"), 50ms, true},
+        {"turned in place a period on", pose(12, 0, 10), 80ms, true},
+        {"the same pose a period on", pose(12, 0, 0), 80ms, false},
+        {"the same pose half a second on", pose(12, 0, 0), 540ms, true},
     };
     for (const auto& c : cases) {
         tool::RowSchedule schedule;
         EXPECT_TRUE(schedule.due(pose(0, 0, 0), 0ms));
         schedule.written(pose(0, 0, 0), 0ms);
-        schedule.written(pose(9, 0, 0), 30ms);
+        schedule.written(pose(12, 0, 0), 40ms);
         EXPECT_EQ(schedule.due(c.pose, c.at), c.due) << c.name;
         schedule.forget();
         EXPECT_TRUE(schedule.due(c.pose, c.at)) << c.name;

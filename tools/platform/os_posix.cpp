@@ -75,7 +75,9 @@ auto read_shared_prefix(const std::filesystem::path& path, std::size_t limit) ->
     if (::fstat(fd, &info) == 0 && S_ISREG(info.st_mode)) {
         content.emplace();
         char buffer[65536];
-        while (content->size() <= limit) {
+        // A file that has not grown since the fstat is read in one call, without a last one to see its end.
+        const auto size = static_cast<std::size_t>(info.st_size);
+        while (content->size() <= limit && (size == 0 || content->size() < size)) {
             const ssize_t got = ::read(fd, buffer, sizeof buffer);
             if (got > 0) {
                 content->append(buffer, static_cast<std::size_t>(got));

@@ -173,9 +173,9 @@ auto define_commands(CLI::App& app, Command& command) -> void {
     auto& relay = add_command(app, command, "relay", CommandKind::Relay,
                               "write each side's fresh local state into the other side's\n"
                               "remote_players.tsv, predicted ahead to where the proxy will\n"
-                              "show it (looked at N times a second, default 100; the row is\n"
+                              "show it (looked at N times a second, default 50; the row is\n"
                               "written when it changes for the mod); with --no-predict the\n"
-                              "pose as it is (default 20 Hz)");
+                              "pose as it is (default 25 Hz)");
     add_folder(relay, command, "DIR_A", "one game folder");
     add_folder(relay, command, "DIR_B", "the other game folder");
     relay
@@ -184,8 +184,8 @@ auto define_commands(CLI::App& app, Command& command) -> void {
             [&command](const std::string& value) {
                 command.hz = parse_whole_number("--hz", value, 1, kMaxHz);
             },
-            "looks at the local states per second, 1 to 1000 (default 100, with\n"
-            "--no-predict 20)")
+            "looks at the local states per second, 1 to 1000 (default 50, with\n"
+            "--no-predict 25)")
         ->type_name("N");
     add_duration(relay, command);
     relay.add_flag_callback(

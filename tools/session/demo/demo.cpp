@@ -371,10 +371,9 @@ auto DemoRun::run() -> int {
     try {
         start_games();
         m_progress.event(std::string("started both games; relaying ") +
-                             (!m_options.predict ? "each one's pose to the other at 20 Hz"
-                              : m_options.compare
-                                  ? "A's pose to B predicted at 100 Hz, B's to A as it is at 20 Hz"
-                                  : "each one's pose to the other at 100 Hz, predicted"),
+                             (!m_options.predict  ? "each one's pose to the other as it is"
+                              : m_options.compare ? "A's pose to B predicted, B's to A as it is"
+                                                  : "each one's pose to the other, predicted"),
                          Clock::now());
         const auto period = std::chrono::nanoseconds(std::chrono::seconds(1)) / m_relayHz;
         const auto observePeriod = std::chrono::nanoseconds(std::chrono::seconds(1)) / m_plan.observeHz;

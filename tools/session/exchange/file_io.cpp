@@ -3,7 +3,7 @@
 #include "tools/platform/os.hpp"
 #include "tools/session/exchange/exchange_names.hpp"
 
-#include <fstream>
+#include <cstdio>
 
 namespace korvath::session_tool {
 
@@ -33,19 +33,19 @@ auto write_file_atomically(const fs::path& target, std::string_view content) -> 
     try {
         fs::path temporary = target;
         temporary += kTemporarySuffix;
-        std::ofstream out(temporary, std::ios::binary | std::ios::trunc);
+        std::FILE* out = os::open_file(temporary, "wb");
         if (!out) {
             // The folder is made only when missing, not looked at before every write.
             std::error_code error;
             fs::create_directories(target.parent_path(), error);
-            out.open(temporary, std::ios::binary | std::ios::trunc);
+            out = os::open_file(temporary, "wb");
             if (!out)
                 return false;
         }
-        out.write(content.data(), static_cast<std::streamsize>(content.size()));
-        out.close();
+        const bool written = std::fwrite(content.data(), 1, content.size(), out) == content.size();
+        const bool closed = std::fclose(out) == 0;
         std::error_code error;
-        if (!out) {
+        if (!written || !closed) {
             fs::remove(temporary, error);
             return false;
         }

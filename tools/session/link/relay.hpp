@@ -9,10 +9,10 @@
 
 namespace korvath::session_tool {
 
-// Looks at the local states a second: a new sample is seen within 10 ms. Rows are written only as
-// the row schedule asks (row_schedule.hpp), some 33 a second per direction while a player walks.
-inline constexpr int kPredictingRelayHz = 100;
-inline constexpr int kPlainRelayHz = 20; // without prediction, each sample as it is
+// Looks at the local states a second: a new sample is seen within 20 ms. Rows are written only as
+// the row schedule asks (row_schedule.hpp), 25 a second per direction while a player walks.
+inline constexpr int kPredictingRelayHz = 50;
+inline constexpr int kPlainRelayHz = 25; // without prediction, each new sample as it is
 
 struct RelayOptions {
     std::filesystem::path gameDirA; // CLIENT_A's game folder

@@ -12,8 +12,8 @@
 
 namespace korvath::session_tool {
 
-inline constexpr std::chrono::nanoseconds kRowPeriod = std::chrono::milliseconds(30);
-// A row is due this much before a whole period, so that a caller looking every 10 ms writes every 30.
+inline constexpr std::chrono::nanoseconds kRowPeriod = std::chrono::milliseconds(40);
+// A row is due this much before a whole period, so that a caller looking every 20 ms writes every 40.
 inline constexpr std::chrono::nanoseconds kRowPeriodSlack = std::chrono::milliseconds(2);
 // The mod takes a file not rewritten for 2 s as stale.
 inline constexpr std::chrono::nanoseconds kRowRefresh = std::chrono::milliseconds(500);
