@@ -19,7 +19,7 @@ namespace {
 using tracker::TrackedPose;
 using tracker::TrackerHost;
 
-constexpr int64_t kPeriodMs = 50;
+constexpr int64_t kPeriodMs = 16; // the tracker's, and a frame: a sample on every frame
 constexpr std::uintmax_t kRecordBytes = 512;
 
 // Pose number i, exact in three decimals and in 32-bit floats, so every read can be matched to it.
@@ -56,7 +56,7 @@ TEST(TrackerFile, TenThousandWritesBesideTheExecutableNeverLeaveTheFileMissingAn
     tracker::HostSettings settings;
     settings.gameDir = binaries_dir();
     settings.utf8CodePage = true; // the game's path is not ASCII
-    settings.frameMs = 10;        // a sample at 10 ms, then every 50 ms
+    settings.frameMs = kPeriodMs;
     TrackerHost host(tracker::tracker_script(), settings, [&] { return pose; });
     host.advance_to(kPeriodMs);
     ASSERT_TRUE(is_local_state_fresh()) << "no row where the mod looks";
@@ -78,7 +78,7 @@ TEST(TrackerFile, TenThousandWritesBesideTheExecutableNeverLeaveTheFileMissingAn
         misses += !is_local_state_fresh() || fs::file_size(path) != kRecordBytes;
         parsed += read_local_state(state) && number_of(state) == i - 1 && sample && sample->stamp &&
                   sample->stamp->sequence == static_cast<uint64_t>(i - 1) &&
-                  sample->stamp->sampleMs == (i - 1) * kPeriodMs - 40 && sample->pose.x == state.x;
+                  sample->stamp->sampleMs == (i - 1) * kPeriodMs && sample->pose.x == state.x;
         pose = pose_number(i);
         host.advance_to(i * kPeriodMs);
         if (i == kRacedWrites) {
