@@ -18,8 +18,6 @@ using std::chrono::nanoseconds;
 
 namespace baseline {
 
-using std::chrono::nanoseconds;
-
 inline constexpr nanoseconds kRestartGap = std::chrono::seconds(1);
 inline constexpr double kSlowest = 1.0;                      // units/s; below this there is no heading
 inline constexpr double kFastest = 5000.0;                   // units/s; above this the pose jumped
@@ -115,7 +113,7 @@ inline auto BaselinePosePredictor::predict(std::chrono::nanoseconds now, std::ch
     const double vy = (p2.y - p1.y) / dt21;
     const double vz = (p2.z - p1.z) / dt21;
     const double speed = std::hypot(vx, vy);
-    if (speed > kFastest)
+    if (speed > baseline::kFastest)
         return s2.pose; // a jump, not a walk
     const double heading = std::atan2(vy, vx);
     const double yawRate = std::clamp(baseline::wrap(p2.yaw - p1.yaw, 360.0) / dt21,

@@ -1,7 +1,9 @@
 // One step of the relay, one direction: read local_state.tsv, (predict,) write remote_players.tsv, against
-// a plain read of the same file and an atomic write of the same row; and the predictor alone. The
-// relay makes two such steps 100 times a second (20 without prediction).
+// a plain read of the same file and an atomic write of the same row; and the predictor alone, against
+// the one it replaced (bench/baseline_pose_predictor.hpp), on the same samples: a circle of radius 600
+// at 300 units/s sampled 60 times a second, the tracker's pace.
 
+#include "baseline_pose_predictor.hpp"
 #include "tools/session/exchange/file_io.hpp"
 #include "tools/session/exchange/remote_player_row.hpp"
 #include "tools/session/link/pose_predictor.hpp"
@@ -9,6 +11,7 @@
 
 #include <benchmark/benchmark.h>
 
+#include <cmath>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -68,17 +71,26 @@ void BM_RelayStep(benchmark::State& state, bool predict) {
 BENCHMARK_CAPTURE(BM_RelayStep, Plain, false);
 BENCHMARK_CAPTURE(BM_RelayStep, Predicting, true);
 
-void BM_PosePredictor(benchmark::State& state) {
-    tool::PosePredictor predictor;
-    for (int i = 0; i < 3; ++i)
-        predictor.add({600.0F * float(i), 10.0F * float(i), 100, 0, "Map_A"}, i * 100ms);
-    std::chrono::nanoseconds now = 200ms;
+// The latest samples of the circle, the pose predicted 1 us later each call.
+template <typename Predictor>
+void BM_Predict(benchmark::State& state) {
+    Predictor predictor;
+    std::chrono::nanoseconds at{};
+    for (int i = 0; i < 60; ++i) {
+        at = std::chrono::microseconds(16'667) * i;
+        const double angle = 0.5 * std::chrono::duration<double>(at).count();
+        predictor.add({static_cast<float>(600 * std::cos(angle)), static_cast<float>(600 * std::sin(angle)),
+                       100, static_cast<float>(angle * 57.29577951308232 + 90), "Map_A"},
+                      at);
+    }
+    std::chrono::nanoseconds now = at;
     for (auto _ : state) {
         now += 1us;
         benchmark::DoNotOptimize(predictor.predict(now));
     }
 }
-BENCHMARK(BM_PosePredictor);
+BENCHMARK(BM_Predict<korvath::bench::BaselinePosePredictor>)->Name("BM_PosePredictor/Baseline");
+BENCHMARK(BM_Predict<tool::PosePredictor>)->Name("BM_PosePredictor/Current");
 
 } // namespace
 
