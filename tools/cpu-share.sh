@@ -2,7 +2,8 @@
 # The processor share of the session tool beside two running games: starts two simulated games (A walks
 # a circle of radius 600 at 300 units/s, B stands), then `korvath-session relay` between them, or
 # `host` and `join` on loopback, and reads each process's user and system time from /proc over the
-# measured seconds, after a few seconds of warm-up. Linux only.
+# measured seconds, after a few seconds of warm-up. Linux only. KORVATH_SESSION names another build of
+# korvath-session to measure; RELAY_ARGS adds options to the relay.
 #
 #   tools/cpu-share.sh relay|net [--tracker] [SECONDS]    (default 20 s; build with the ci preset first)
 set -euo pipefail
@@ -18,6 +19,7 @@ seconds=${1:-20}
 warmup=4
 root=$(cd "$(dirname "$0")/.." && pwd)
 tools=$root/build/ci/tools
+session=${KORVATH_SESSION:-$tools/korvath-session} # another build of the session tool, to compare
 [[ -x $tools/korvath-session && -x $tools/korvath-sim ]] || {
     echo "cpu-share: build the ci preset first" >&2
     exit 1
@@ -52,12 +54,12 @@ sleep 1
 names=()
 watched=()
 if [[ $mode == relay ]]; then
-    "$tools/korvath-session" relay "$dir/A" "$dir/B" ${RELAY_ARGS:-} >"$dir/relay.log" 2>&1 &
+    "$session" relay "$dir/A" "$dir/B" ${RELAY_ARGS:-} >"$dir/relay.log" 2>&1 &
     pids+=($!)
     names=(relay)
     watched=($!)
 elif [[ $mode == net ]]; then
-    "$tools/korvath-session" host "$dir/A" --port 0 >"$dir/host.log" 2>&1 &
+    "$session" host "$dir/A" --port 0 >"$dir/host.log" 2>&1 &
     host=$!
     pids+=($host)
     for _ in $(seq 50); do
@@ -66,7 +68,7 @@ elif [[ $mode == net ]]; then
     done
     code=$(grep -oE '[A-Z0-9]{4}(-[A-Z0-9]{4}){5}' "$dir/host.log" | head -n 1)
     port=$(grep -oE 'port [0-9]+' "$dir/host.log" | head -n 1 | cut -d' ' -f2)
-    "$tools/korvath-session" join "127.0.0.1:$port" "$dir/B" --code "$code" >"$dir/join.log" 2>&1 &
+    "$session" join "127.0.0.1:$port" "$dir/B" --code "$code" >"$dir/join.log" 2>&1 &
     pids+=($!)
     names=(host join)
     watched=($host $!)
