@@ -33,11 +33,18 @@ auto pose(double x, double y, double yaw, std::string map = "Map_A") -> tool::Pl
     return {static_cast<float>(x), static_cast<float>(y), 100.0F, static_cast<float>(yaw), std::move(map)};
 }
 
-// Radius 600 at 300 units/s around the origin, facing along the walk.
-auto circle(double t) -> tool::PlayerPose {
+// Radius 600 at 300 units/s around the origin, facing along the walk; and where its rows should stand,
+// outward by the curve allowance.
+auto circle_of(double radius, double t) -> tool::PlayerPose {
     const double angle = 0.5 * t;
-    return pose(600 * std::cos(angle), 600 * std::sin(angle),
+    return pose(radius * std::cos(angle), radius * std::sin(angle),
                 std::remainder(angle * 180 / std::numbers::pi + 90, 360));
+}
+auto circle(double t) -> tool::PlayerPose {
+    return circle_of(600, t);
+}
+auto circle_row(double t) -> tool::PlayerPose {
+    return circle_of(600 + 0.5 * 300 * tool::mod_curve_allowance(), t);
 }
 
 // Along x at 300 units/s until 1.95 s, then standing.
@@ -68,13 +75,16 @@ TEST(PosePredictor, PredictsWalksAndTurnsAheadByTheLagAndStopsWithThePlayer) {
         double last, now, ahead; // latest sample, prediction time, the time the prediction stands for
         double within;           // units
         double period = 0.1, jitter = 0.0;
+        Path sampled = nullptr; // the samples, when not from `path`
     };
     const double frame = 1.0 / 60;
     const Case cases[] = {
-        {"circle, fresh sample", circle, 3.0, 3.0, 3.0 + lag, 0.5},
-        {"circle, sample 90 ms old", circle, 3.0, 3.09, 3.09 + lag, 0.5},
-        {"circle, 60 samples a second 1 ms off", circle, 60 * frame, 60 * frame, 60 * frame + lag, 2.5, frame,
-         0.001},
+        {"circle, fresh sample", circle_row, 3.0, 3.0, 3.0 + lag, 0.5, 0.1, 0.0, circle},
+        {"circle, sample 90 ms old", circle_row, 3.0, 3.09, 3.09 + lag, 0.5, 0.1, 0.0, circle},
+        {"circle, 60 samples a second 1 ms off", circle_row, 60 * frame, 60 * frame, 60 * frame + lag, 2.5,
+         frame, 0.001, circle},
+        {"circle, the latest frame read twice", circle_row, 60 * frame, 60 * frame, 60 * frame + lag, 0.5,
+         frame, 0.0, [frame](double t) { return circle(t < 1.0 ? t : t - frame); }},
         {"straight on", walk_and_stop, 1.0, 1.05, 1.05 + lag, 0.01},
         {"the stop seen in one sample: slowing to a halt", walk_and_stop, 2.0, 2.0, 2.0, 3.0},
         {"the stop seen in two samples", walk_and_stop, 2.1, 2.15, 2.0, 0.01},
@@ -84,7 +94,8 @@ TEST(PosePredictor, PredictsWalksAndTurnsAheadByTheLagAndStopsWithThePlayer) {
         {"samples stopped: the latest as it is", walk_and_stop, 1.0, 1.26, 1.0, 0.0},
     };
     for (const auto& c : cases) {
-        const auto predicted = predict_after(c.path, c.last, c.now, c.period, c.jitter);
+        const auto predicted =
+            predict_after(c.sampled ? c.sampled : c.path, c.last, c.now, c.period, c.jitter);
         EXPECT_LE(distance(predicted, c.path(c.ahead)), c.within) << c.name;
         EXPECT_NEAR(std::remainder(predicted.yaw - c.path(c.ahead).yaw, 360.0), 0.0, 0.2) << c.name;
         EXPECT_LE(std::abs(predicted.yaw), 180.0F) << c.name;

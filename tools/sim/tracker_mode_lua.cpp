@@ -24,7 +24,9 @@ public:
         , m_pawn(pawn) {}
 
     // The host's clock stands still while the tracker is stopped, so that its loops resume where they
-    // were instead of catching up on every period they missed.
+    // were instead of catching up on every period they missed. The host's game thread turns once for each
+    // frame that moved the pawn, at that frame's time, as the host's engine tick does: the tracker reads
+    // every frame's pose once, timed by its frame. A pawn that no frame moves is looked at every step.
     auto run(StopFlag& stop, SteadyClock::time_point start, const FrameClock& frames, SimControl& control)
         -> void override {
         bool stopped = false;
@@ -46,6 +48,9 @@ public:
                 return;
             standin::Pose pose;
             const auto frame = frames.stamped([&] { pose = standin::engine().inspect(m_pawn).pose; });
+            if (frame && frame == m_lastFrame)
+                return;
+            m_lastFrame = frame;
             m_framePose = tracker::TrackedPose{pose.x, pose.y, pose.z, pose.yaw};
             const auto elapsed = std::chrono::duration_cast<std::chrono::milliseconds>(
                 frame.value_or(SteadyClock::now()) - start - pausedFor);
@@ -77,6 +82,7 @@ private:
     static constexpr std::size_t kMaxReportedErrors = 10;
     fs::path m_stopFile;
     std::optional<tracker::TrackedPose> m_framePose; // the pawn in the last frame
+    std::optional<SteadyClock::time_point> m_lastFrame;
     tracker::TrackerHost m_host;
     const standin::AActor* m_pawn;
     std::size_t m_reportedErrors = 0;
@@ -98,6 +104,7 @@ auto start_tracker_mode(const fs::path& gameDir, const std::string& mapName, con
     settings.mapName = mapName;
     settings.gameDir = gameDir;
     settings.echo = true;
+    settings.callerFrames = true;
     return std::make_unique<LuaTrackerMode>(gameDir / "KorvathTracker.stop", script, settings, pawn);
 }
 

@@ -24,6 +24,7 @@
 --   codePage      "ascii" (default): the ANSI code page spells no character beyond ASCII, as Western code pages
 --                 cannot spell Cyrillic or Japanese; "utf8": the system uses UTF-8 as its ANSI code page
 --   frameMs       engine tick period ("main", default 1000/60); processEventMs (ProcessEvent, "v3.0.1", 1)
+--   callerFrames  the caller's frames instead ("main"): each advance_to is one game-thread turn at its time
 --   asyncSleepMs  the async thread's sleep between its passes over LoopAsync loops (5)
 --   clockStartMs  clock()'s count at host time 0 (near 2^31 - 1 to reach its end)
 --   echo          also write console lines to standard output
@@ -98,6 +99,7 @@ function Standin.new(options)
         stalled = false,
         loopFaults = 0,
         turnMs = turnMs,
+        callerFrames = options.callerFrames and api == "main",
         asyncSleepMs = options.asyncSleepMs or 5,
     }, Standin)
     host.nextTurn = host.turnMs
@@ -402,8 +404,19 @@ function Standin:game_thread_turn()
 end
 
 -- Moves the clock to `ms`, running on the way every pass of the async thread (every asyncSleepMs) and every
--- turn of the game thread (every frame, or every ProcessEvent call), in time order.
+-- turn of the game thread (every frame, or every ProcessEvent call), in time order; with callerFrames, the
+-- passes and then one turn at `ms`.
 function Standin:advance_to(ms)
+    if self.callerFrames then
+        while self.nextPass <= ms do
+            self.now = self.nextPass
+            self:async_pass()
+            self.nextPass = self.nextPass + self.asyncSleepMs
+        end
+        self.now = math.max(self.now, ms)
+        self:game_thread_turn()
+        return
+    end
     while math.min(self.nextPass, self.nextTurn) <= ms do
         if self.nextPass <= self.nextTurn then
             self.now = self.nextPass

@@ -50,6 +50,8 @@ TrackerHost::TrackerHost(const std::filesystem::path& script, const HostSettings
         }
         lua_pushboolean(m_lua, settings.echo);
         lua_setfield(m_lua, -2, "echo");
+        lua_pushboolean(m_lua, settings.callerFrames);
+        lua_setfield(m_lua, -2, "callerFrames");
         lua_pushlightuserdata(m_lua, this);
         lua_pushcclosure(m_lua, &TrackerHost::pose_callback, 1);
         lua_setfield(m_lua, -2, "pose");

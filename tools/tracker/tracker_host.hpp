@@ -29,6 +29,7 @@ struct HostSettings {
     std::filesystem::path gameDir; // the game executable's folder; empty: none known
     bool utf8CodePage = false;     // else the ANSI code page spells ASCII only
     std::optional<double> frameMs; // the game thread's turns; none: the host's default
+    bool callerFrames = false;     // each advance_to is a frame: one game-thread turn at its time
     bool echo = false;             // console lines also to standard output
 };
 

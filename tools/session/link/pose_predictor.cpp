@@ -17,6 +17,7 @@ constexpr double kFastestTurn = 2 * std::numbers::pi; // rad/s, a whole turn a s
 constexpr double kFastestYawRate = 360.0;             // degrees/s
 constexpr int kIntegrationSteps = 8;
 constexpr double kStill = 0.01; // units between two samples of a player who stands
+constexpr nanoseconds kStillFor = std::chrono::milliseconds(20);
 // A chord this much slower than the one before shows slowing; less is the jitter of sample times (a
 // millisecond on a 40 ms chord is 2.5%).
 constexpr double kSlowingShare = 0.15;
@@ -27,6 +28,10 @@ struct Point {
 
 auto point(const PlayerPose& pose) -> Point {
     return {pose.x, pose.y, pose.z, pose.yaw};
+}
+
+auto distance(const PlayerPose& a, const PlayerPose& b) -> double {
+    return std::hypot(double(a.x) - double(b.x), double(a.y) - double(b.y), double(a.z) - double(b.z));
 }
 
 auto seconds(nanoseconds value) -> double {
@@ -48,6 +53,12 @@ auto mod_spawn_lag() -> nanoseconds {
 auto mod_follow_lag() -> nanoseconds {
     const double smoothingSteps = (1.0 - kModSmoothingShare) / kModSmoothingShare;
     return mod_spawn_lag() + std::chrono::duration_cast<nanoseconds>(kModStepInterval * smoothingSteps);
+}
+
+auto mod_curve_allowance() -> double {
+    const double step = seconds(kModStepInterval);
+    const double trail = step / kModSmoothingShare;
+    return trail * (trail - step) / 2;
 }
 
 auto PosePredictor::add(const PlayerPose& pose, nanoseconds takenAt) -> void {
@@ -72,18 +83,26 @@ auto PosePredictor::chord_start(std::size_t end) const -> std::optional<std::siz
     return start;
 }
 
-auto PosePredictor::predict(nanoseconds now, nanoseconds lag) const -> std::optional<PlayerPose> {
+auto PosePredictor::extrapolate(nanoseconds now, nanoseconds lag, double curveAllowance) const
+    -> std::optional<PlayerPose> {
     if (m_count == 0)
         return std::nullopt;
-    const Sample& s2 = sample(0);
-    const auto start = chord_start(0);
+    // The samples up to the latest where the player stood still: for kStillFor or longer the player
+    // stopped; for less they may be one frame read twice, and the first of them stands for all.
+    std::size_t still = 0;
+    while (still + 1 < m_count && distance(sample(still).pose, sample(still + 1).pose) < kStill)
+        ++still;
+    const bool stopped = still > 0 && sample(0).at - sample(still).at >= kStillFor;
+    const std::size_t latest = stopped ? 0 : still;
+    const Sample& s2 = sample(latest);
+    const auto start = chord_start(latest);
     if (!start)
         return s2.pose;
     const Sample& s1 = sample(*start);
     const double dt21 = seconds(s2.at - s1.at);
-    const auto staleAfter =
-        std::max(m_settings.minStale, std::chrono::duration_cast<nanoseconds>(
-                                          (s2.at - s1.at) * m_settings.staleIntervals / double(*start)));
+    const auto staleAfter = std::max(
+        m_settings.minStale, std::chrono::duration_cast<nanoseconds>(
+                                 (s2.at - s1.at) * m_settings.staleIntervals / double(*start - latest)));
     if (now - s2.at > staleAfter)
         return s2.pose;
 
@@ -96,11 +115,9 @@ auto PosePredictor::predict(nanoseconds now, nanoseconds lag) const -> std::opti
     if (speed > kFastest)
         return s2.pose; // a jump, not a walk
     const double heading = std::atan2(vy, vx);
-    // The player stood still since the sample before the latest: stopped, whatever the chord says, and
-    // turning (if at all) as in that last interval.
+    // A stopped player stops whatever the chord says, turning (if at all) as in the last interval.
     const Sample& previous = sample(1);
     const Point p1Last = point(previous.pose);
-    const bool stopped = std::hypot(p2.x - p1Last.x, p2.y - p1Last.y, p2.z - p1Last.z) < kStill;
     const double yawRate =
         stopped ? std::clamp(wrap(p2.yaw - p1Last.yaw, 360.0) / seconds(s2.at - previous.at),
                              -kFastestYawRate, kFastestYawRate)
@@ -126,16 +143,20 @@ auto PosePredictor::predict(nanoseconds now, nanoseconds lag) const -> std::opti
     const double lead = std::clamp(seconds(now + lag - s2.at), 0.0, seconds(m_settings.maxLead));
     // Speed and heading run on from the chord's middle; the path from s2 is summed in short steps.
     const double fromMiddle = dt21 / 2;
-    double x = p2.x, y = p2.y, travelled = 0.0;
+    double x = p2.x, y = p2.y, travelled = 0.0, v = speed, h = heading;
     const double step = lead / kIntegrationSteps;
     for (int index = 0; index < kIntegrationSteps; ++index) {
         const double t = fromMiddle + (index + 0.5) * step;
-        const double v = std::max(0.0, speed + speedRate * t);
-        const double h = heading + turnRate * t;
+        v = std::max(0.0, speed + speedRate * t);
+        h = heading + turnRate * t;
         x += v * std::cos(h) * step;
         y += v * std::sin(h) * step;
         travelled += v * step;
     }
+    // Outward of the curve: to the right of the heading when turning left (turnRate > 0).
+    const double outward = turnRate * v * curveAllowance;
+    x += outward * std::sin(h);
+    y -= outward * std::cos(h);
     // Height follows the horizontal motion: it stops when the player stops.
     const double climb = speed > kSlowest ? vz * travelled / speed : 0.0;
     PlayerPose predicted = s2.pose;

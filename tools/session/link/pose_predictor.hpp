@@ -6,8 +6,9 @@
 // latest sample, turn rate and (only when slowing) the change of speed from the chord before it, yaw
 // from its own rate. Samples may come at any pace (the tracker's follows the game's frames): a chord
 // spans several of them when they are close together, so that the jitter of their times does not
-// become speed. A latest sample where the one before it stood shows a stop at once. All times are the
-// caller's clock, in nanoseconds; the predictor reads no clock.
+// become speed. Samples that show the player standing for 20 ms stop it at once (a shorter still may be
+// one frame read twice, and is taken as one sample). All times are the caller's clock, in nanoseconds;
+// the predictor reads no clock.
 
 #include "tools/session/exchange/player_pose.hpp"
 
@@ -25,6 +26,10 @@ inline constexpr std::chrono::nanoseconds kModPollInterval = std::chrono::millis
 inline constexpr std::chrono::nanoseconds kModStepInterval = std::chrono::milliseconds(50);
 inline constexpr double kModSmoothingShare = 0.35;
 auto mod_follow_lag() -> std::chrono::nanoseconds;
+// On a curve the smoothing's straight steps toward a row ahead cut inside the player's path: the proxy
+// trails the row by about kModStepInterval / kModSmoothingShare and steps kModStepInterval of motion,
+// and a row placed outward by turn rate x speed x this (s²) puts the steps back on the curve.
+auto mod_curve_allowance() -> double;
 // The same without the smoothing's lag: how late a proxy spawns at a row, since a spawn stands the
 // proxy on the row's pose at once.
 auto mod_spawn_lag() -> std::chrono::nanoseconds;
@@ -51,15 +56,18 @@ public:
     auto add(const PlayerPose& pose, std::chrono::nanoseconds takenAt) -> void;
     auto clear() -> void { m_count = 0; }
 
-    // The pose to write at `now`: the latest sample extrapolated to `now` + lag, the lead from the
-    // sample capped; the latest sample as it is while there is no history or the samples have stopped.
-    // Nothing before the first sample.
+    // The pose to write at `now` for a proxy that follows by smoothing: the latest sample extrapolated
+    // to `now` + lag (the lead from the sample capped), moved outward on a curve by the curve allowance;
+    // the latest sample as it is while there is no history or the samples have stopped. Nothing before
+    // the first sample.
     auto predict(std::chrono::nanoseconds now) const -> std::optional<PlayerPose> {
-        return predict(now, m_settings.lag);
+        return extrapolate(now, m_settings.lag, mod_curve_allowance());
     }
-    // The same with another lag.
+    // The same with another lag, on the path itself: for a proxy that will stand on the row at once.
     auto predict(std::chrono::nanoseconds now, std::chrono::nanoseconds lag) const
-        -> std::optional<PlayerPose>;
+        -> std::optional<PlayerPose> {
+        return extrapolate(now, lag, 0.0);
+    }
 
 private:
     struct Sample {
@@ -69,6 +77,8 @@ private:
     auto sample(std::size_t back) const -> const Sample& {
         return m_samples[(m_next + kPredictorHistory - 1 - back) % kPredictorHistory];
     }
+    auto extrapolate(std::chrono::nanoseconds now, std::chrono::nanoseconds lag, double curveAllowance) const
+        -> std::optional<PlayerPose>;
     // How far back the chord that ends at sample `end` starts: the newest sample at least kShortestChord
     // before it, else the oldest held; nothing when `end` is the oldest.
     auto chord_start(std::size_t end) const -> std::optional<std::size_t>;

@@ -153,6 +153,7 @@ auto NetSession::run(std::ostream& out) -> int {
                 if (takenAt) {
                     const PlayerPose& pose = reception.pose->pose;
                     m_desync.add_player(in_seconds(*takenAt), {pose.x, pose.y, pose.z});
+                    nextWrite = now; // a stop or a turn reaches the row at once
                 }
                 ++m_status.posesTaken;
             }

@@ -19,8 +19,9 @@
 namespace korvath::session_tool {
 
 inline constexpr int kDefaultPoseHz = 30; // packets a second to the peer (20 to 60)
-// Looks a second at the row for remote_players.tsv while poses come; written as the row schedule asks.
-inline constexpr int kRemoteWriteHz = 50;
+// Looks a second at the row for remote_players.tsv while poses come, and at each new pose; written as
+// the row schedule asks.
+inline constexpr int kRemoteWriteHz = 25;
 
 struct NetSessionOptions {
     PeerSide side = PeerSide::Host;
