@@ -119,8 +119,8 @@ auto DemoRun::start_games() -> void {
     m_relayHz = m_options.predict ? kPredictingRelayHz : kPlainRelayHz;
 }
 
-// Each link at its own rate: a predicting one at the loop's, a plain one at kPlainRelayHz, so that a
-// comparison run relays B's pose exactly as a run without prediction does.
+// Each link at its own rate: a predicting one at the loop's, a plain one at about kPlainRelayHz, so that
+// a comparison run relays B's pose as a run without prediction does.
 auto DemoRun::relay() -> void {
     const auto fileNow = fs::file_time_type::clock::now();
     const auto now = Clock::now().time_since_epoch();

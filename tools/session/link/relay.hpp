@@ -9,9 +9,11 @@
 
 namespace korvath::session_tool {
 
-// Looks at the local states a second: a new sample is seen within 20 ms. Rows are written only as
-// the row schedule asks (row_schedule.hpp), 25 a second per direction while a player walks.
-inline constexpr int kPredictingRelayHz = 50;
+// Looks at the local states a second: a new sample is seen within 19 ms. Rows are written only as
+// the row schedule asks (row_schedule.hpp), 26 a second per direction while a player walks. The looks
+// keep no fixed phase to a writer at 20, 30 or 60 samples a second, so that some sample is always read
+// soon after its write: the sample clock takes the shortest delay seen for the writer's offset.
+inline constexpr int kPredictingRelayHz = 53;
 inline constexpr int kPlainRelayHz = 25; // without prediction, each new sample as it is
 
 struct RelayOptions {

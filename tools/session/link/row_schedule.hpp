@@ -13,8 +13,8 @@
 namespace korvath::session_tool {
 
 inline constexpr std::chrono::nanoseconds kRowPeriod = std::chrono::milliseconds(40);
-// A row is due this much before a whole period, so that a caller looking every 20 ms writes every 40.
-inline constexpr std::chrono::nanoseconds kRowPeriodSlack = std::chrono::milliseconds(2);
+// A row is due this much before a whole period, so that a caller looking every 19 ms writes every 38.
+inline constexpr std::chrono::nanoseconds kRowPeriodSlack = std::chrono::milliseconds(3);
 // The mod takes a file not rewritten for 2 s as stale.
 inline constexpr std::chrono::nanoseconds kRowRefresh = std::chrono::milliseconds(500);
 // Units: a pose this far off the last rows' course is written at once; rows closer than kRowSame are

@@ -100,6 +100,7 @@ auto NetSession::run(std::ostream& out) -> int {
     nanoseconds nextSend = start, nextWrite = start, nextStatus = start + statusPeriod, nextShare = start;
     std::array<uint8_t, kMaxPacketBytes + 1> buffer{};
     std::string shownLine;
+    std::optional<PosePayload> localPose;
 
     const auto event = [&](const std::string& text) {
         out << (m_options.liveStatus && !shownLine.empty() ? "\r\x1b[K" : "") << text << "\n" << std::flush;
@@ -163,10 +164,12 @@ auto NetSession::run(std::ostream& out) -> int {
         now = clock_now();
         if (m_link.expire(now))
             peer_gone(PeerState::Lost, now);
+        // The local state is looked at on every turn (a new sample is read soon after its write, which
+        // times it best), and the latest pose goes out at the send rate.
+        localPose = source.read(std::filesystem::file_time_type::clock::now(), now);
+        m_status.local = source.outcome();
         if (now >= nextSend) {
-            const auto pose = source.read(std::filesystem::file_time_type::clock::now(), now);
-            m_status.local = source.outcome();
-            send(m_link.outgoing(pose, now));
+            send(m_link.outgoing(localPose, now));
             nextSend = std::max(nextSend + sendPeriod, now);
         }
         if (now >= nextWrite) {
