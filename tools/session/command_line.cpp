@@ -173,7 +173,7 @@ auto define_commands(CLI::App& app, Command& command) -> void {
     auto& relay = add_command(app, command, "relay", CommandKind::Relay,
                               "write each side's fresh local state into the other side's\n"
                               "remote_players.tsv, predicted ahead to where the proxy will\n"
-                              "show it (looked at N times a second, default 50; the row is\n"
+                              "show it (looked at N times a second, default 53; the row is\n"
                               "written when it changes for the mod); with --no-predict the\n"
                               "pose as it is (default 25 Hz)");
     add_folder(relay, command, "DIR_A", "one game folder");
@@ -184,7 +184,7 @@ auto define_commands(CLI::App& app, Command& command) -> void {
             [&command](const std::string& value) {
                 command.hz = parse_whole_number("--hz", value, 1, kMaxHz);
             },
-            "looks at the local states per second, 1 to 1000 (default 50, with\n"
+            "looks at the local states per second, 1 to 1000 (default 53, with\n"
             "--no-predict 25)")
         ->type_name("N");
     add_duration(relay, command);
