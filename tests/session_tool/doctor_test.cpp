@@ -102,9 +102,9 @@ TEST(Doctor, CorrectInstallPassesAndTheHostsOlderLayoutToo) {
 }
 
 TEST(Doctor, EachFaultFailsNamingItsFileAndFix) {
-    const auto dll = [](PeSpec spec) {
-        return [spec](const fs::path& game) {
-            write_file(mods_of(game) / "KorvathOnlineCpp" / "dlls" / "main.dll", build_pe(spec));
+    const auto dll = [](PeImage image) {
+        return [image](const fs::path& game) {
+            write_file(mods_of(game) / "KorvathOnlineCpp" / "dlls" / "main.dll", build_pe(image));
         };
     };
     const auto mods_txt = [](std::string text) {

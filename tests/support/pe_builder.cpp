@@ -30,22 +30,22 @@ struct Section {
 
 } // namespace
 
-auto build_pe(const PeSpec& spec) -> std::string {
+auto build_pe(const PeImage& image) -> std::string {
     Section section;
     section.exportRva = section.rva_of_end();
-    const auto names = static_cast<uint32_t>(spec.exports.size());
+    const auto names = static_cast<uint32_t>(image.exports.size());
     put(section.bytes, 24, names, 4);
     put(section.bytes, 32, section.exportRva + 40, 4);
     section.bytes.resize(40 + 4 * names);
     for (uint32_t i = 0; i < names; ++i)
-        put(section.bytes, 40 + 4 * i, section.add_name(spec.exports[i]), 4);
+        put(section.bytes, 40 + 4 * i, section.add_name(image.exports[i]), 4);
     const uint32_t zeroThunk = section.rva_of_end();
     section.bytes.append(8, '\0');
     section.importRva = section.rva_of_end();
     const std::size_t descriptors = section.bytes.size();
-    section.bytes.resize(descriptors + 20 * (spec.importDlls.size() + 1));
-    for (std::size_t i = 0; i < spec.importDlls.size(); ++i) {
-        put(section.bytes, descriptors + 20 * i + 12, section.add_name(spec.importDlls[i]), 4);
+    section.bytes.resize(descriptors + 20 * (image.importDlls.size() + 1));
+    for (std::size_t i = 0; i < image.importDlls.size(); ++i) {
+        put(section.bytes, descriptors + 20 * i + 12, section.add_name(image.importDlls[i]), 4);
         put(section.bytes, descriptors + 20 * i + 16, zeroThunk, 4);
     }
 
@@ -55,19 +55,19 @@ auto build_pe(const PeSpec& spec) -> std::string {
     put(pe, 0x3c, 0x40, 4);
     pe.replace(0x40, 4, std::string("PE\0\0", 4));
     const std::size_t file = 0x44;
-    const uint16_t optionalSize = spec.is64Bit ? 240 : 224;
-    put(pe, file, spec.is64Bit ? 0x8664 : 0x14c, 2);
+    const uint16_t optionalSize = image.is64Bit ? 240 : 224;
+    put(pe, file, image.is64Bit ? 0x8664 : 0x14c, 2);
     put(pe, file + 2, 1, 2);
     put(pe, file + 16, optionalSize, 2);
-    put(pe, file + 18, spec.isDll ? 0x2022 : 0x0022, 2);
+    put(pe, file + 18, image.isDll ? 0x2022 : 0x0022, 2);
     const std::size_t optional = file + 20;
-    put(pe, optional, spec.is64Bit ? 0x20b : 0x10b, 2);
-    const std::size_t directories = optional + (spec.is64Bit ? 112 : 96);
+    put(pe, optional, image.is64Bit ? 0x20b : 0x10b, 2);
+    const std::size_t directories = optional + (image.is64Bit ? 112 : 96);
     put(pe, directories - 4, 16, 4);
     put(pe, directories, section.exportRva, 4);
     put(pe, directories + 4, 40, 4);
     put(pe, directories + 8, section.importRva, 4);
-    put(pe, directories + 12, 20 * (spec.importDlls.size() + 1), 4);
+    put(pe, directories + 12, 20 * (image.importDlls.size() + 1), 4);
     const std::size_t header = optional + optionalSize;
     pe.replace(header, 6, ".rdata");
     const auto size = static_cast<uint32_t>(section.bytes.size());

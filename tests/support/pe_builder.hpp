@@ -8,13 +8,13 @@
 
 namespace korvath::test {
 
-struct PeSpec {
+struct PeImage {
     bool is64Bit = true;
     bool isDll = true;
     std::vector<std::string> exports{"start_mod", "uninstall_mod"};
     std::vector<std::string> importDlls{"UE4SS.dll", "KERNEL32.dll"};
 };
 
-auto build_pe(const PeSpec& spec) -> std::string;
+auto build_pe(const PeImage& image) -> std::string;
 
 } // namespace korvath::test
